@@ -1,0 +1,52 @@
+// Matrix congruence: Mantel, Procrustes and RV coefficients, their partial forms, and other coefficients between square matrices.
+// Mantel (1967), Cancer Research 27: 209-220; symmetric Procrustes statistic
+// after Gower (1971) and Peres-Neto & Jackson (2001), Oecologia 129: 169-178;
+// RV coefficient of Escoufier (1973), Biometrics 29: 751-760.
+#ifndef TARNLIB_CONGRUENCE_H
+#define TARNLIB_CONGRUENCE_H
+
+// Square resemblance matrices: only the pairs i < j are read.
+// Mantel correlation; pairs with -999 in either matrix are left out; 0 for a
+// zero sum of squares or n below 2. Allocates nothing.
+double MatrixCorr(int n, double** a, double** b);
+double MatrixCorr(int n, float** a, float** b);
+double MatrixCorr(int n, float** a, double** b);
+double MatrixCorr(int n, double** a, float** b);
+
+// Data matrices with the same rows: a is rows by p, b rows by q.
+// Symmetric Procrustes coefficient; 0 when the decomposition fails.
+double ProcrustesCoeff(int rows, int p, int q, double** a, double** b);
+// RV coefficient; a constant matrix gives a not-a-number.
+double RVcoeff(int rows, int p, int q, double** a, double** b);
+
+// First-order partial correlation of X and Y given Z; 0 when rXZ or rYZ is
+// within 1e-09 of 1.
+double PartialCorrelation(double rXY, double rXZ, double rYZ);
+// Partial Procrustes (which 2) or RV (which 3) coefficient of a and b given
+// nControls control matrices, on residuals of a PCA regression. For each
+// control follow: int number of columns, int* selection (null for all; else
+// column k used when select[k] is 1), double** matrix with `rows` rows.
+double PartialMatrixCorrelation(int rows, int p, int q, double** a, double** b, int which,
+                                double overfitFactor, int nControls, ...);
+
+// Sum over all i, j of a[i][j] * b[i][j].
+double vecProd(int n, double** a, double** b);
+// 1 - (sum of squared differences) / (2 rows).
+double SQMatrixDeviations(int rows, int cols, double** a, double** b);
+// 1 - (sum of absolute differences) / (2 rows).
+double SumAbsMatrixDeviations(int rows, int cols, double** a, double** b);
+
+// Other coefficients between square matrices, over the pairs i < j.
+double MatrixCov(int n, double** a, double** b);
+double MatrixCorrAdj(int n, double** a, double** b);
+double MatrixProdMomentAdj(int n, double* ssA, double* ssB, double** a, double** b);
+double MatrixRankCorr(int n, double** a, double** b);
+double MatrixCos(int n, double** a, double** b);
+double MatrixStress(int n, double** a, double** b);
+double MatrixStressKruskal(int n, double** a, double** b);
+double MatrixAbsValDist(int n, double** a, double** b);
+double MatrixEudDist(int n, double** a, double** b);
+double MatrixDist(int n, double** a, double** b);
+double PartialMatrixCorr(int n, double** a, double** b, double** c);
+
+#endif

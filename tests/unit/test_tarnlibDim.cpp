@@ -1,0 +1,169 @@
+// Tests of the array family, the checked streams and the string helpers.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "TarnLib/tarnlibDim.h"
+
+namespace {
+
+// A temporary stream holding `text`, positioned at its start.
+FILE* StreamOf(const char* text) {
+  FILE* fp = tmpfile();
+  fputs(text, fp);
+  rewind(fp);
+  return fp;
+}
+
+// Runs `body` under a live recovery point; returns the code of a jump, or 0.
+template <typename F>
+int JumpCode(F body) {
+  int code = setjmp(jmp_env);
+  if (code == 0) {
+    jmpLive = 1;
+    body();
+  }
+  jmpLive = 0;
+  return code;
+}
+
+}  // namespace
+
+TEST(TarnlibDimArrays, NewArraysReadAsZeroInEveryType) {
+  double** d = dim2Double(3, 4);
+  int*** i3 = dim3Dint(2, 3, 5);
+  float* f = dim1Dfloat(7);
+  char** c = dim2Dchar(2, 11);
+  for (int r = 0; r < 3; r++)
+    for (int k = 0; k < 4; k++) EXPECT_EQ(d[r][k], 0.0);
+  for (int a = 0; a < 2; a++)
+    for (int b = 0; b < 3; b++)
+      for (int k = 0; k < 5; k++) EXPECT_EQ(i3[a][b][k], 0);
+  for (int k = 0; k < 7; k++) EXPECT_EQ(f[k], 0.0f);
+  EXPECT_STREQ(c[1], "");
+  free2D(d, 3);
+  free3D(i3, 2, 3);
+  free1D(f);
+  free2D(c, 2);
+}
+
+TEST(TarnlibDimArrays, RowsAreSeparateBlocksThatCanBeSwapped) {
+  double** m = dim2Double(2, 3);
+  m[0][2] = 2.385;
+  m[1][0] = -7.25;
+  double* keep = m[0];
+  m[0] = m[1];
+  m[1] = keep;
+  EXPECT_EQ(m[0][0], -7.25);
+  EXPECT_EQ(m[1][2], 2.385);
+  free2D(m, 2);
+}
+
+TEST(TarnlibDimArrays, EmptyShapesAndNullPointers) {
+  void** none = dim2D(sizeof(double), 0, 5);
+  ASSERT_NE(none, nullptr);
+  free2D(none, 0);
+  free1D(nullptr);
+  double** holes = (double**)dim2D(sizeof(double), 3, 2);
+  free1D(holes[1]);
+  holes[1] = nullptr;  // an empty row is skipped on release
+  free2D(holes, 3);
+  double** tri = (double**)dim2DT(sizeof(double), 4);
+  tri[3][3] = 1.5;  // the last row holds the diagonal
+  free2D(tri, 4);
+  double**** d4 = dim4Double(2, 2, 3, 2);
+  d4[1][1][2][1] = 3.0;
+  free4D(d4, 2, 2, 3);
+}
+
+TEST(TarnlibDimStreams, LettersAtANumberPromptAreSkipped) {
+  FILE* fp = StreamOf("abc x 12.5 tail 3");
+  double v = 0;
+  EXPECT_EQ(freadck1(fp, "%lf", &v, "t"), 1);
+  EXPECT_EQ(v, 12.5);
+  EXPECT_EQ(ScanNumber(fp, "t", nullptr), 3.0);
+  fclose(fp);
+}
+
+TEST(TarnlibDimStreams, NumbersOutsideTheListOrIntervalAreReadAgain) {
+  FILE* fp = StreamOf("7 2.0 ");
+  EXPECT_EQ(ScanNumber(fp, "t", "1 2 3"), 2.0);
+  fclose(fp);
+  fp = StreamOf("-1 2147483648 2.5");
+  EXPECT_EQ(ScanNumber(fp, "t", "-", 0.0, 2147483647.0), 2.5);
+  fclose(fp);
+}
+
+TEST(TarnlibDimStreams, EndOfFileRaisesCodeTwo) {
+  FILE* fp = StreamOf("   ");
+  EXPECT_EQ(JumpCode([&] { ScanNumber(fp, "t", "1 2"); }), FAIL_READ);
+  fp = StreamOf("");
+  EXPECT_EQ(JumpCode([&] { ScanChar(fp, "y n", "t"); }), FAIL_READ);
+  fp = StreamOf("abc");
+  int n = 0;
+  EXPECT_EQ(JumpCode([&] { freadck(fp, "%d", &n, "t"); }), FAIL_READ);
+  fp = StreamOf(" \n\t ");
+  char line[8];
+  EXPECT_EQ(JumpCode([&] { freadlineck(fp, 5, line, "t"); }), FAIL_READ);
+}
+
+TEST(TarnlibDimStreams, ScanCharTakesOneLetterAndLeavesTheRest) {
+  FILE* fp = StreamOf("\n q NOS");
+  EXPECT_EQ(ScanChar(fp, "N O S A X", "t"), 'n');
+  EXPECT_EQ(ScanChar(fp, "N O S A X", "t"), 'o');
+  EXPECT_EQ(ScanChar(fp, nullptr, "t"), 's');
+  fclose(fp);
+}
+
+TEST(TarnlibDimStreams, LineReadersStopAtLimitAndEndCharacters) {
+  FILE* fp = StreamOf("  abcdefgh\tnext line\r\nsp\tace\nlast");
+  char buf[64];
+  freadlineck(fp, 5, buf, "t");
+  EXPECT_STREQ(buf, "abcde");
+  freadlineck(fp, 40, buf, "t");
+  EXPECT_STREQ(buf, "fgh");  // the character past the limit stayed
+  freadlineck(fp, 40, buf, "t");
+  EXPECT_STREQ(buf, "next line");
+  freadlineckTEMP(fp, 40, buf, "t");
+  EXPECT_STREQ(buf, "sp ace");  // a tab inside becomes a blank
+  freadlineck(fp, 40, buf, "t");
+  EXPECT_STREQ(buf, "last");  // the end of file ends a started line
+  fclose(fp);
+  fp = StreamOf("word");
+  freadlineck(fp, 0, buf, "t");
+  EXPECT_STREQ(buf, "");
+  fclose(fp);
+}
+
+TEST(TarnlibDimStreams, ScanStringCutsAndChecksTheList) {
+  FILE* fp = StreamOf("abcdefghijkl yes Maybe");
+  char buf[64];
+  ASSERT_NE(ScanString(fp, 5, buf, nullptr, 1, "t"), nullptr);
+  EXPECT_STREQ(buf, "abcde");
+  EXPECT_NE(ScanString(fp, 10, buf, "YES/no", 0, "t"), nullptr);
+  EXPECT_EQ(ScanString(fp, 10, buf, "maybe/no", 1, "t"), nullptr);
+  EXPECT_STREQ(buf, "");
+  EXPECT_EQ(ScanString(fp, 10, buf, nullptr, 1, "t"), nullptr);  // end of file
+}
+
+TEST(TarnlibDimStrings, TrimUpperAndCaseFreeCompare) {
+  char a[] = "a  b   c ";
+  trimString(a);
+  EXPECT_STREQ(a, "a b c");
+  char b[] = " x";
+  trimString(b);
+  EXPECT_STREQ(b, " x");
+  char c[] = "  x";
+  trimString(c);
+  EXPECT_STREQ(c, " x");
+  char d[] = "Abc9z";
+  StrToUpper(d);
+  EXPECT_STREQ(d, "ABC9Z");
+  EXPECT_EQ(StrCmp("Mantel", "MANTEL"), 0);
+  EXPECT_LT(StrCmp("abc", "ABD"), 0);
+}
+
+TEST(TarnlibDimStreams, OpenFailureReturnsNullWithoutJumping) {
+  EXPECT_EQ(fopenck("no-such-file.txt", "/nonexistent-dir/", "r"), nullptr);
+}
