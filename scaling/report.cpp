@@ -3,9 +3,11 @@
 
 #include <cstring>
 
+#include "TarnLib/tarnlibRandom.h"
 #include "TarnLib/tarnlibTables.h"
 #include "permutation/permTest.h"
 #include "scaling/settings.h"
+#include "scaling/scalingUp.h"
 #include "session/session.h"
 #include "shell/preferences.h"
 #include "shell/shell.h"

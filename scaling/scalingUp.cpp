@@ -27,6 +27,14 @@
 #include "shell/shell.h"
 #include "shell/track.h"
 
+int nMinCSTGroupsChRank = 0;
+int nMaxCSTGroupsChRank = 0;
+int nMinTraitsChRank = 0;
+int nMaxTraitsChRank = 0;
+int nKeepTrack = 100;
+time_t time0 = 0;
+char whichRndData[48] = "NULL";
+
 // Working storage of one run, allocated once at its start and released at its end.
 struct ScalingWork {
   int nE;                 // columns of Ew taken into DE
@@ -382,7 +390,7 @@ static void TypeAverages(ScalingWork* w, int g) {
 
 // Step 26: the permutation test of the pass; its statistics replace r(TE).
 static void RunTests(ScalingWork* w, int g) {
-  snprintf(whichRndData, sizeof whichRndData, "%s%s", sessionName, "RDa.txt");
+  snprintf(whichRndData, sizeof whichRndData, "%s%s", sessionName, rndDataExt);
   FILE* detail = fopenck(whichRndData, volumeName, "w");
   if (detail == nullptr) {
     fflush(stdout);
