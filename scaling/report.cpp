@@ -220,7 +220,10 @@ void ReportEnvironment(FILE* f, double** DE) {
   if (optCoVariable && nenv > 0)
     fprintf(f, "Effect of variable %s removed by partial Mantel correlation.\n", envLabel[nenv - 1]);
   fprintf(f, "\nMatrix E with ecological variables (%d communities x %d variables):\n", ncsm, nenv);
-  PrintMatrix(f, ncsm, nenv, env, sDigits, 0);
+  if (env != nullptr && nenv > 0)
+    PrintMatrix(f, ncsm, nenv, env, sDigits, 0);
+  else
+    for (int c = 0; c < ncsm; c++) fprintf(f, "\n");  // rows of no variable
   fprintf(f, "\n");
   if (opt_ro == 1) {
     fprintf(f, "Resemblance matrix (DE) between community sites based on ecological variables:\n");

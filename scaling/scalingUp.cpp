@@ -9,6 +9,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "TarnLib/tarnlibCluster.h"
 #include "TarnLib/tarnlibCongruence.h"
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibEigen.h"
@@ -63,6 +64,9 @@ struct ScalingWork {
   double* PR;             // [ncsm] phylogenetic redundancy
   double** S;             // [tcst][tcst] identity for D, then the similarity of OTUs
   double** trimmed;       // [tcst][tcst] similarity between monothetic types
+  double** sqDist;        // [tcst][tcst] squared distances for the sum-of-squares clustering
+  clusterReport* fusions; // [tcst] fusion history of the monothetic types
+  int* polyLabels;        // [tcst] polythetic type of each monothetic type
   double*** cube;         // [tcst][tcst][nch] partial similarities
   double** U;             // [tcst][nGroupsMax] fuzzy belonging
   double** C;             // [tcst][nGroupsMax] crisp belonging
@@ -133,6 +137,10 @@ static void AllocateWork(ScalingWork* w) {
   w->PR = dim1Double(n);
   w->S = dim2Double(o, o);
   w->trimmed = dim2Double(o, o);
+  w->sqDist = dim2Double(o, o);
+  w->fusions = (clusterReport*)dim1D(sizeof(clusterReport), o);
+  for (int k = 0; k < o; k++) w->fusions[k].members = dim1Dint(o);
+  w->polyLabels = dim1Dint(o);
   w->cube = dim3Double(o, o, p);
   w->U = dim2Double(o, o);
   w->C = dim2Double(o, o);
@@ -187,6 +195,10 @@ static void FreeWork(ScalingWork* w) {
   free1D(w->PR);
   free2D(w->S, o);
   free2D(w->trimmed, o);
+  free2D(w->sqDist, o);
+  for (int k = 0; k < o; k++) free1D(w->fusions[k].members);
+  free1D(w->fusions);
+  free1D(w->polyLabels);
   free3D(w->cube, o, o);
   free2D(w->U, o);
   free2D(w->C, o);
@@ -356,6 +368,30 @@ static void TraitAverages(ScalingWork* w, FILE* f) {
   ReportDT(f, w->DT);
 }
 
+// Step 23, with clustering: the fusion history of the monothetic types.
+static void ClusterMonothetic(ScalingWork* w, int nMono) {
+  if (clusMethPoolCSTs == 3) {
+    if (reseCSTopt == 1) {
+      CorrToSqDist(nMono, w->trimmed, w->sqDist);
+      SumSqCluster(nMono, w->sqDist, w->fusions, true);
+    } else {
+      SumSqCluster(nMono, w->trimmed, w->fusions, false);
+    }
+  } else {
+    LinkageCluster(nMono, w->trimmed, w->fusions, reseCSTopt != 1, false, clusMethPoolCSTs, true);
+  }
+}
+
+// Step 25.1: the labels of the pass, from the clustering or the user's partition.
+static void PassLabels(ScalingWork* w, int g, int nMono) {
+  if (clusMethPoolCSTs == 0) {
+    for (int i = 0; i < tcst; i++) w->labels[i] = partition_OTUs[i];
+    return;
+  }
+  GetClusterPartitionNew(nMono, g, w->polyLabels, w->fusions, clusMethPoolCSTs);
+  for (int i = 0; i < tcst; i++) w->labels[i] = w->polyLabels[w->monoLabels[i] - 1];
+}
+
 // Steps 22 and 23: S between OTUs and the monothetic types.
 static int SimilarityStep(ScalingWork* w, FILE* f) {
   if (reseCSTopt == 1) {
@@ -371,6 +407,7 @@ static int SimilarityStep(ScalingWork* w, FILE* f) {
   }
   ReportSimilarity(f, w->S, w->nTraitsUsed, w->mask, nMono,
                    clusMethPoolCSTs != 0 ? w->trimmed : nullptr);
+  if (clusMethPoolCSTs != 0 && nMono >= 2) ClusterMonothetic(w, nMono);
   return nMono;
 }
 
@@ -455,7 +492,7 @@ static void RunTests(ScalingWork* w, int g) {
 
 // Step 25 and what follows it: one pass for g types.
 static void TypePass(ScalingWork* w, FILE* f, int g, int nMono) {
-  for (int i = 0; i < tcst; i++) w->labels[i] = partition_OTUs[i];
+  PassLabels(w, g, nMono);
   CrispBelonging(tcst, g, w->labels, w->C);
   FuzzyBelonging(tcst, g, w->S, w->labels, w->U, reseCSTopt != 1);
   MatrixProdMV_Weight(ncsm, tcst, tcst, g, w->W1, w->U, w->X, weight_OTUs);
