@@ -1,0 +1,80 @@
+// Definitions of the open session's state; defaults are those of a fresh start.
+#include "session/session.h"
+
+int nch = 0;
+int tcst = 0;
+int ncsm = 0;
+int nenv = 0;
+int nSpp = 0;
+int nClados = 0;
+int emptyReleves = 0;
+
+double** csm_Float = nullptr;
+double** cadat = nullptr;
+double** env = nullptr;
+char** chLabel = nullptr;
+char** reLabel = nullptr;
+char** envLabel = nullptr;
+int* chtype = nullptr;
+double* chrange = nullptr;
+int* onsta = nullptr;
+int* ncst = nullptr;
+double ca_code[7] = {0, 0, 0, 0, 0, 0, 0};
+int* traitGroups = nullptr;
+int hasTraitGroups = 0;
+int* envVarType = nullptr;
+int optEnvVarType = 0;
+int temEnvQuant = 0;
+int temEnvQual = 0;
+int temEnvBin = 0;
+char** spp = nullptr;
+char** sppRelMap = nullptr;
+char** cstSppMap = nullptr;
+int hasPhylogeny = 0;
+int phylogenyMatrixType = 0;
+double** phylogenyRese = nullptr;
+double** phylogenyData = nullptr;
+int* phylogenyVarType = nullptr;
+int SMWSize = 1;
+char dataName[320] = "";
+char envName[336] = "";
+char whichSpp[48] = "";
+
+int* nchor = nullptr;
+int* rcst = nullptr;
+int* nGrPoly = nullptr;
+double* weight = nullptr;
+int* weight_OTUs = nullptr;
+int* relSelect = nullptr;
+int* partition_OTUs = nullptr;
+int** cstTrack = nullptr;
+
+int nPart = 0;
+char** partLabel = nullptr;
+int* nGroupsP = nullptr;
+int** groupRelP = nullptr;
+char*** grLabelP = nullptr;
+int whichPart = 0;
+int nGroups = 0;
+int* groupRel = nullptr;
+char** grLabel = nullptr;
+
+int nPartCst = 0;
+char** partCstLabel = nullptr;
+int* nGroupsCstP = nullptr;
+int** groupCstP = nullptr;
+char*** grCstLabelP = nullptr;
+int* whichLevelGrCstP = nullptr;
+int whichCstPart = 0;
+int nCstGroups = 0;
+int* groupCst = nullptr;
+char** grCstLabel = nullptr;
+int whichPartAOC = 0;
+int whichPartCstAOC = 0;
+int whichLevelGrCST = 1;
+int whichLevelCst = 0;
+
+const char versionFormda[] = "97Sep08";
+const char versionFormda_Traits[] = "08Jan18";
+const char formdaMatrixTag[] = "25Jun2016";
+const char formdaMatrixTagOld[] = "18Jan2008";
