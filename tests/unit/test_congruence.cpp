@@ -105,7 +105,7 @@ TEST(CongruenceMantel, AgreesWithPearsonOfUpperTrianglePairs)
     EXPECT_EQ(MatrixCorr(6, a, c), 0.0);
     EXPECT_EQ(MatrixCorr(2, a, b), 0.0) << "one pair: zero sums of squares";
     EXPECT_EQ(MatrixCorr(1, a, b), 0.0);
-    float** f = dim2Float(6, 6);
+    float** f = dim2Dfloat(6, 6);
     for (int i = 0; i < 6; i++)
         for (int j = 0; j < 6; j++) f[i][j] = (float)a[i][j];
     EXPECT_NEAR(MatrixCorr(6, f, f), 1.0, 1e-12);

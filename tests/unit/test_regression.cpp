@@ -61,8 +61,8 @@ TEST(RegressionFit, RecoversExactLinearModel)
     Regression_ResidualsSelect(n, 2, 2, y, x, res, nullptr);
     EXPECT_NEAR(SumSq(n, 2, res), 0.0, 1e-18);
     // float data give the same model
-    float** xf = dim2Float(n, 2);
-    float** yf = dim2Float(n, 2);
+    float** xf = dim2Dfloat(n, 2);
+    float** yf = dim2Dfloat(n, 2);
     for (int i = 0; i < n; i++)
         for (int j = 0; j < 2; j++) {
             xf[i][j] = (float)x[i][j];

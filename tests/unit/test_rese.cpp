@@ -45,7 +45,9 @@ void ExpectSymmetric(int n, double** m, int code)
 {
     for (int i = 0; i < n; i++)
         for (int j = i + 1; j < n; j++)
-            if (!std::isnan(m[i][j])) EXPECT_EQ(m[i][j], m[j][i]) << "code " << code << " at " << i << "," << j;
+            if (!std::isnan(m[i][j])) {
+                EXPECT_EQ(m[i][j], m[j][i]) << "code " << code << " at " << i << "," << j;
+            }
 }
 
 // Three objects, one missing value, one negative value.
