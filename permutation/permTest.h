@@ -87,10 +87,6 @@ struct PermTest_FunctionalPhyl_Correl_Input {
   FILE* detailFile;       // open stream for the intermediate results
 };
 
-// Maps the resemblance option between communities (1 to 10) to the code of
-// ResemblanceLib: 0, 0, 1, 0, 17, 3, 0, 2, 0, 18; any other option gives 1.
-int TranslateReseOpt_KOLVEN_DARVOL(int option);
-
 // Computes all statistics and their probabilities into the record. Needs the
 // generator r initialised. Returns true.
 bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input);
