@@ -17,7 +17,6 @@
 namespace {
 
 const int wordSize = 320;        // scratch for one word of the file
-const char wordFormat[] = "%319s";
 const double countMarker = 99999999.0; // empty slot of the CountStates lists
 
 struct FormdaReader {
@@ -44,7 +43,7 @@ void CheckBlock(FormdaReader& r, int rows, int cols) {
 
 // One word into r.word, kept whole so that a label longer than its array
 // still counts as one word of the file.
-void ReadWord(FormdaReader& r) { freadck(r.fp, wordFormat, r.word, r.name); }
+void ReadWord(FormdaReader& r) { ReadWholeWord(r.fp, r.word, wordSize, r.name); }
 
 // The first `width` characters of `word` into `label` (width + 1 bytes).
 void CopyLabel(char* label, const char* word, int width) {
@@ -111,6 +110,17 @@ void AllocateWorkArrays() {
   grLabel = grLabelP[0];
 }
 
+// Word buffers of row 12, held here rather than in locals so that a read
+// failure, which jumps away, leaves them reachable and freed at the next load.
+char* tagBuffer = nullptr;
+char* firstWord = nullptr;
+
+void ReleaseWordBuffers() {
+  free1D(tagBuffer);
+  free1D(firstWord);
+  tagBuffer = firstWord = nullptr;
+}
+
 // Older layout: each OTU as a string of two-character trait values, then its
 // performances. The first string is already in `first`.
 void ReadInterleaved(FormdaReader& r, const char* first, char* tagBuffer,
@@ -136,7 +146,8 @@ int ReadMatrices(FormdaReader& r) {
   csm_Float = dim2Double(tcst, nch);
   // nch x 10, lowest bit set, plus 20: also the limit of an interleaved string.
   long tagSize = (((long)nch * 10) | 1) + 20 + 1;
-  char* tag = dim1Dchar((int)tagSize);
+  ReleaseWordBuffers();
+  char* tag = tagBuffer = dim1Dchar((int)tagSize);
   char tagFormat[32];
   snprintf(tagFormat, sizeof tagFormat, "%%%lds", tagSize - 1);
   freadck(r.fp, tagFormat, tag, r.name);
@@ -145,12 +156,11 @@ int ReadMatrices(FormdaReader& r) {
     for (int i = 0; i < tcst; i++) ReadDoubleRow(r, nch, csm_Float[i]);
     for (int i = 0; i < tcst; i++) ReadDoubleRow(r, ncsm, cadat[i]);
   } else {
-    char* first = dim1Dchar((int)tagSize);
+    char* first = firstWord = dim1Dchar((int)tagSize);
     strcpy(first, tag);
     ReadInterleaved(r, first, tag, tagFormat);
-    free1D(first);
   }
-  free1D(tag);
+  ReleaseWordBuffers();
   return current;
 }
 
@@ -242,6 +252,16 @@ void ReadPhylogeny(FormdaReader& r) {
 }
 
 } // namespace
+
+void ReadWholeWord(FILE* stream, char* word, int size, const char* label) {
+  char format[24];
+  snprintf(format, sizeof format, "%%%ds", size - 1);
+  freadck(stream, format, word, label);
+  if ((int)strlen(word) == size - 1) {
+    int skipped = fscanf(stream, "%*[^ \t\n\r\v\f]");
+    (void)skipped;
+  }
+}
 
 void FailMalformed(FILE* stream, const char* label) {
   CloseStream(stream);

@@ -29,6 +29,11 @@ void CountStates(int nTraits, int nOTUs, int* states, float** matrix);
 void RangeStates(int nTraits, int nOTUs, double** matrix, int* types, double* range);
 void RangeStates(int nTraits, int nOTUs, float** matrix, int* types, float* range);
 
+// Reads one blank-delimited word by freadck (end of file raises code 2): its
+// first size - 1 characters go to `word`, and the rest of an overlong word is
+// dropped, so that the next read starts at the next word.
+void ReadWholeWord(FILE* stream, char* word, int size, const char* label);
+
 // Ends a read of `stream` whose content cannot be right (a count that does not
 // fit, an index outside its array) as a failed read: closes the stream, names
 // `label` on standard error, rings the bell and raises code 2.

@@ -101,9 +101,8 @@ void ReadIndex(TrackReader& r, int* value, int low, int high) {
 // One word; its first `width` characters go to `text`. Only whole words are
 // taken, so labels run together by the writer read as one word.
 void ReadText(TrackReader& r, char* text, int width) {
-  freadck(r.fp, "%319s", r.word, r.name);
-  strncpy(text, r.word, width);
-  text[width] = '\0';
+  ReadWholeWord(r.fp, r.word, (int)sizeof r.word, r.name);
+  snprintf(text, width + 1, "%.*s", width, r.word);
 }
 
 void ReadRow(TrackReader& r, int n, int* row) {
