@@ -6,17 +6,16 @@
 #include <cstdlib>
 
 #include "TarnLib/tarnlibDim.h"
-
-// Number helpers and group counting of the library's lower layers.
-double Factorial(double x);
-void CountGroups(int n, int* labels, int* nGroups, int* distinct);
+#include "TarnLib/tarnlibNum.h"
+#include "TarnLib/tarnlibStats.h"
 
 gsl_rng* r = nullptr;
 unsigned int rseed = 0;
 int seedOpt = 1;
 
 void InitRndNumberGenerator(unsigned long seed) {
-  // The previous generator is deliberately kept: callers may still hold it.
+  // Everyone draws through r itself, so the previous generator can go.
+  if (r != nullptr) gsl_rng_free(r);
   r = gsl_rng_alloc(gsl_rng_default);
   if (r == nullptr) FailJump(FAIL_MEMORY);
   gsl_rng_set(r, seed);

@@ -10,8 +10,8 @@ extern gsl_rng* r;           // the generator of the whole program (Mersenne Twi
 extern unsigned int rseed;   // seed of the present run, written to the reports
 extern int seedOpt;          // 1 seed taken from the clock; 2 typed by the user
 
-// Makes a new generator of type gsl_rng_default into r and seeds it and srand.
-// An earlier generator is not freed.
+// Makes a new generator of type gsl_rng_default into r (the earlier one is
+// released) and seeds it and srand.
 void InitRndNumberGenerator(unsigned long seed);
 // Uniform integer from low to high, both included.
 int RndIntegers(int low, int high);

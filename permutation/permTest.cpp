@@ -1,12 +1,719 @@
-// The functional and phylogenetic correlation test (Monte Carlo permutation
-// test of matrix correlations, Mantel 1967; Pillar & Duarte 2010 for the
-// trait-convergence and divergence statistics).
+// The functional and phylogenetic correlation test: a Monte Carlo permutation
+// test of matrix correlations (Mantel 1967, Cancer Research 27: 209-220) for
+// trait-convergence and trait-divergence assembly patterns (Pillar et al.
+// 2009, J. Veg. Sci. 20: 334-348) and phylogenetic structure (Pillar & Duarte
+// 2010, Ecology Letters 13: 587-596), with Procrustes and RV alternatives.
 #include "permutation/permTest.h"
 
-bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input) {
-  for (int k = 0; k < N_PERMTEST_STATS; k++) {
-    input->statistics[k] = 0.0;
-    input->probabilities[k] = 1.0;
+#include <cmath>
+#include <cstring>
+
+#include "TarnLib/tarnlibCongruence.h"
+#include "TarnLib/tarnlibDim.h"
+#include "TarnLib/tarnlibNum.h"
+#include "TarnLib/tarnlibRandom.h"
+#include "TarnLib/tarnlibRese.h"
+#include "TarnLib/tarnlibStats.h"
+#include "TarnLib/tarnlibTables.h"
+#include "scaling/community.h"
+#include "scaling/scalingUp.h"
+#include "shell/shell.h"
+
+// Digits of the numbers in the intermediate file.
+#define PERM_DETAIL_DIGITS 6
+
+// Working storage of one call, allocated once before the iterations. The
+// permuted B, U, Q and PCoA scores are row-pointer arrays into the caller's
+// rows: a permuted row is the same row, so nothing is copied per iteration.
+struct PermWork {
+  PermTest_FunctionalPhyl_Correl_Input* in;
+  int n;               // communities
+  int code;            // ResemblanceLib code for X and P
+  bool mantel;         // opt_ro 1: statistics on resemblance matrices
+  bool taxa;           // taxa shuffle (else site shuffle)
+  bool phyl;           // phylogenetic statistics wanted
+  int* list;           // permutation list of the present iteration
+  int listLength;      // entries of list that the shuffle moves
+  double** Brnd;       // [nOTUs] rows of B in permuted order
+  double** Urnd;       // [nOTUs] rows of U in permuted order
+  double** Qrnd;       // [nOTUs] rows of Q in permuted order
+  double** scoresRnd;  // [nOTUs] rows of the PCoA scores in permuted order
+  double** Srnd;       // [nOTUs][nOTUs] permuted Sb
+  double** Sfrnd;      // [nOTUs][nOTUs] permuted Sf
+  double** Bnorm;      // [nOTUs][nTraits] B with columns at unit length
+  double** T;          // [n][nTraits] observed, then random T
+  double** X;          // [n][nTypes]
+  double** P;          // [n][nTaxa]
+  double** R;          // [n][1] Rao entropy from Sb
+  double** Rp;         // [n][1] Rao entropy from Sf
+  double** Tobs;       // observed T (normalised), X, P, R, Rp: what the
+  double** Xobs;       // site shuffle permutes
+  double** Pobs;
+  double** Robs;
+  double** Rpobs;
+  double** DT;         // [n][n] resemblance matrices, Mantel only
+  double** DX;
+  double** DP;
+  double** DR;
+  double** DRp;
+  double** printWork;  // [max(n, nOTUs)]^2 transpose for printing
+  double stat[N_PERMTEST_STATS];   // statistics of the present arrangement
+  double count[N_PERMTEST_STATS];  // running counts, the observed one included
+  double rXT, rXR, rTR;            // helpers of the partial statistics
+  double rXE_R, rTE_R, rXT_R;
+};
+
+// ---------------------------------------------------------------------------
+// Statistics
+
+// c(A, B) of the data matrices: Procrustes for opt_ro 2, RV for 3.
+static double Coef(const PermWork* w, double** a, int colsA, double** b, int colsB) {
+  if (w->in->opt_ro == 2) return ProcrustesCoeff(w->n, colsA, colsB, a, b);
+  if (w->in->opt_ro == 3) return RVcoeff(w->n, colsA, colsB, a, b);
+  return 0.0;
+}
+
+static double Rho(const PermWork* w, double** a, double** b) { return RhoResemblance(w->n, a, b); }
+
+// r(TE), r(YT), r(ZT) of the present T; with Mantel also DT.
+static void StatsT(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  if (w->mantel) {
+    ResemblanceLib(w->n, in->nTraits, w->T, w->DT, 1, 3, 0, NULL, 0.0, 0.0, 0, false);
+    w->stat[PT_rTE] = Rho(w, in->DE, w->DT);
+    w->stat[PT_rYT] = Rho(w, in->DY, w->DT);
+    w->stat[PT_rZT] = Rho(w, in->DZ, w->DT);
+  } else {
+    w->stat[PT_rTE] = Coef(w, w->T, in->nTraits, in->E, in->nEnv);
+    w->stat[PT_rYT] = Coef(w, w->T, in->nTraits, in->Y, in->nOTUs);
+    w->stat[PT_rZT] = Coef(w, w->T, in->nTraits, in->Z, in->nOTUs);
   }
+}
+
+// Statistics of X and P, given those of T: 1, 3, 8 to 11, and 14 to 22.
+static void StatsXP(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  double* s = w->stat;
+  int n = w->n;
+  if (w->mantel) {
+    ResemblanceLib(n, in->nTypes, w->X, w->DX, 1, w->code, 0, NULL, 0.0, 0.0, 0, false);
+    s[PT_rXE] = Rho(w, in->DE, w->DX);
+    w->rXT = Rho(w, w->DX, w->DT);
+    s[PT_roXY] = Rho(w, w->DX, in->DY);
+    s[PT_roXZ] = Rho(w, w->DX, in->DZ);
+    s[PT_rXE_T] = PartialCorrelation(s[PT_rXE], w->rXT, s[PT_rTE]);
+    s[PT_roXY_T] = PartialCorrelation(s[PT_roXY], w->rXT, s[PT_rYT]);
+    s[PT_roXZ_T] = PartialCorrelation(s[PT_roXZ], w->rXT, s[PT_rZT]);
+    if (!w->phyl) return;
+    ResemblanceLib(n, in->nTaxa, w->P, w->DP, 1, w->code, 0, NULL, 0.0, 0.0, 0, false);
+    s[PT_roPE] = Rho(w, in->DE, w->DP);
+    s[PT_roPT] = Rho(w, w->DP, w->DT);
+    s[PT_roPX] = Rho(w, w->DP, w->DX);
+    s[PT_roPX_T] = PartialCorrelation(s[PT_roPX], s[PT_roPT], w->rXT);
+    s[PT_roTE_P] = PartialCorrelation(s[PT_rTE], s[PT_roPT], s[PT_roPE]);
+    s[PT_roXE_P] = PartialCorrelation(s[PT_rXE], s[PT_roPX], s[PT_roPE]);
+    double roXT_P = PartialCorrelation(w->rXT, s[PT_roPX], s[PT_roPT]);
+    s[PT_roXE_TP] = PartialCorrelation(s[PT_roXE_P], roXT_P, s[PT_roTE_P]);
+    s[PT_roPE_T] = PartialCorrelation(s[PT_roPE], s[PT_roPT], s[PT_rTE]);
+    s[PT_roPE_X] = PartialCorrelation(s[PT_roPE], s[PT_roPX], s[PT_rXE]);
+    return;
+  }
+  int ro = in->opt_ro;
+  double f = in->overfitFactorPCARegr;
+  int nT = in->nTraits, nX = in->nTypes, nE = in->nEnv, nO = in->nOTUs, nP = in->nTaxa;
+  double** T = w->T;
+  double** X = w->X;
+  double** P = w->P;
+  s[PT_rXE] = Coef(w, X, nX, in->E, nE);
+  w->rXT = Coef(w, X, nX, T, nT);
+  s[PT_roXY] = Coef(w, X, nX, in->Y, nO);
+  s[PT_roXZ] = Coef(w, X, nX, in->Z, nO);
+  s[PT_rXE_T] = PartialMatrixCorrelation(n, nX, nE, X, in->E, ro, f, 1, nT, in->traitMask, T);
+  s[PT_roXY_T] = PartialMatrixCorrelation(n, nX, nO, X, in->Y, ro, f, 1, nT, in->traitMask, T);
+  s[PT_roXZ_T] = PartialMatrixCorrelation(n, nX, nO, X, in->Z, ro, f, 1, nT, in->traitMask, T);
+  if (!w->phyl) return;
+  s[PT_roPE] = Coef(w, in->E, nE, P, nP);
+  s[PT_roPT] = Coef(w, T, nT, P, nP);
+  s[PT_roPX] = Coef(w, X, nX, P, nP);
+  s[PT_roPX_T] = PartialMatrixCorrelation(n, nP, nX, P, X, ro, f, 1, nT, in->traitMask, T);
+  s[PT_roTE_P] = PartialMatrixCorrelation(n, nT, nE, T, in->E, ro, f, 1, nP, (int*)NULL, P);
+  s[PT_roXE_P] = PartialMatrixCorrelation(n, nX, nE, X, in->E, ro, f, 1, nP, (int*)NULL, P);
+  s[PT_roXE_TP] = PartialMatrixCorrelation(n, nX, nE, X, in->E, ro, f, 2, nT, in->traitMask, T, nP,
+                                           (int*)NULL, P);
+  s[PT_roPE_T] = PartialMatrixCorrelation(n, nP, nE, P, in->E, ro, f, 1, nT, in->traitMask, T);
+  s[PT_roPE_X] = PartialMatrixCorrelation(n, nP, nE, P, in->E, ro, f, 1, nX, (int*)NULL, X);
+}
+
+// Statistics of the Rao entropies, given those of T and X: 4, 5 and 13.
+static void StatsR(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  double* s = w->stat;
+  int n = w->n;
+  if (w->mantel) {
+    AbsValFunctionMV(n, 1, w->R, w->DR);
+    s[PT_rRE] = Rho(w, in->DE, w->DR);
+    w->rXR = Rho(w, w->DX, w->DR);
+    w->rTR = Rho(w, w->DT, w->DR);
+    if (w->phyl) {
+      AbsValFunctionMV(n, 1, w->Rp, w->DRp);
+      s[PT_rFE] = Rho(w, in->DE, w->DRp);
+    }
+    w->rXE_R = PartialCorrelation(s[PT_rXE], w->rXR, s[PT_rRE]);
+    w->rTE_R = PartialCorrelation(s[PT_rTE], w->rTR, s[PT_rRE]);
+    w->rXT_R = PartialCorrelation(w->rXT, w->rXR, w->rTR);
+    s[PT_rXE_TR] = PartialCorrelation(w->rXE_R, w->rXT_R, w->rTE_R);
+    return;
+  }
+  int nT = in->nTraits, nX = in->nTypes, nE = in->nEnv;
+  s[PT_rRE] = Coef(w, w->R, 1, in->E, nE);
+  w->rXR = Coef(w, w->X, nX, w->R, 1);
+  w->rTR = Coef(w, w->T, nT, w->R, 1);
+  if (w->phyl) s[PT_rFE] = Coef(w, w->Rp, 1, in->E, nE);
+  // Not printed with Procrustes and RV, but kept comparable with Mantel.
+  w->rXE_R = PartialCorrelation(s[PT_rXE], w->rXR, s[PT_rRE]);
+  w->rTE_R = PartialCorrelation(s[PT_rTE], w->rTR, s[PT_rRE]);
+  w->rXT_R = PartialCorrelation(w->rXT, w->rXR, w->rTR);
+  s[PT_rXE_TR] = PartialMatrixCorrelation(n, nX, nE, w->X, in->E, in->opt_ro, in->overfitFactorPCARegr, 2,
+                                          nT, in->traitMask, w->T, 1, (int*)NULL, w->R);
+}
+
+// Rao entropies of every community on the OTU resemblances given.
+static void RaoAll(PermWork* w, double** Sb, double** Sf) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  for (int c = 0; c < w->n; c++) {
+    w->R[c][0] = RaoIndex_Weight(in->nOTUs, in->W[c], Sb, false, in->sqrtDissimTraits, in->weightOTUs,
+                                 in->restrictRao);
+    if (w->phyl)
+      w->Rp[c][0] = RaoIndex_Weight(in->nOTUs, in->W[c], Sf, in->phylogenyIsDissimilarity,
+                                    in->sqrtDissimPhyl, in->weightOTUs, in->restrictRao);
+  }
+}
+
+// Adds 1 to the count of statistic k when the random value is at least as
+// extreme as the observed one; partial statistics always in absolute value.
+static void Count(PermWork* w, const double* observed, int k, bool partial) {
+  bool absolute = partial || w->in->twoTailed;
+  if (IsLargerThanOrEqual(w->stat[k], observed[k], 1, absolute)) w->count[k] += 1.0;
+}
+
+// ---------------------------------------------------------------------------
+// Intermediate output
+
+static void PrintMat(PermWork* w, int rows, int cols, double** m) {
+  PrintMatrixTab(w->in->detailFile, rows, cols, m, PERM_DETAIL_DIGITS);
+}
+
+// A resemblance matrix holds its values in the upper triangle; the printer
+// shows the lower one, so it prints the transpose.
+static void PrintRese(PermWork* w, int n, double** m) {
+  TransposeSqMatrix(n, m, w->printWork);
+  PrintLowerHalfMatrixTab(w->in->detailFile, n, w->printWork, PERM_DETAIL_DIGITS);
+}
+
+static void PrintCol(PermWork* w, double** v) {
+  for (int c = 0; c < w->n; c++) w->printWork[0][c] = v[c][0];
+  PrintVectorTab(w->in->detailFile, w->n, w->printWork[0], PERM_DETAIL_DIGITS, (int*)NULL);
+}
+
+static void PrintList(PermWork* w, int n) { PrintVectorTab(w->in->detailFile, n, w->list, (int*)NULL); }
+
+static void DetailPointA(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  FILE* f = in->detailFile;
+  int n = w->n;
+  fprintf(f, "\nPERMUTATION TEST FOR CORRELATIONS ro(XE), ro(TE) AND ro(RE), AND PARTIAL CORRELATIONS "
+             "ro(XE.T), ro(XE.TR)\n");
+  fprintf(f, "INTERMEDIATE RESULTS\n");
+  fprintf(f, "\nObserved trait matrix (B):\n");
+  PrintMat(w, in->nOTUs, in->nTraits, in->B);
+  fprintf(f, "\nMatrix W (%d communities by %d OTUs):\n", n, in->nOTUs);
+  PrintMat(w, n, in->nOTUs, in->W);
+  fprintf(f, "\n\nMatrix T (comunity weighted means traits in %d communities by %d traits) computed after B "
+             "(T = W x B):\n", n, in->nTraits);
+  PrintMat(w, n, in->nTraits, w->T);
+  if (w->mantel) {
+    fprintf(f, "\nResemblance matrix DT between %d communities (based on matrix T of traits by communities):\n",
+            n);
+    PrintRese(w, n, w->DT);
+    fprintf(f, "\nResemblance matrix DE between %d communities (based on matrix E of ecological variables by "
+               "communities):\n", n);
+    PrintRese(w, n, in->DE);
+    fprintf(f, "\nMatrix correlation between DT and DE:\t%g\n", w->stat[PT_rTE]);
+  } else {
+    fprintf(f, "\nMatrix E of communities by ecological variables):\n");
+    PrintMat(w, n, in->nEnv, in->E);
+    if (in->opt_ro == 3)
+      fprintf(f, "\nRV coefficient between T and E:\t%g\n", w->stat[PT_rTE]);
+    else
+      fprintf(f, "\nProcrustes correlation between T and E:\t%g\n", w->stat[PT_rTE]);
+  }
+  fprintf(f, "\nObserved belonging matrix (U):\n");
+  PrintMat(w, in->nOTUs, in->nTypes, in->U);
+  fprintf(f, "\nObserved ro(XT)=\t%g\n", w->rXT);
+  fprintf(f, "Observed ro(XE)=\t%g\n", w->stat[PT_rXE]);
+  fprintf(f, "Observed ro(XE.T)=\t%g\n", w->stat[PT_rXE_T]);
+}
+
+static void DetailPointB(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  FILE* f = in->detailFile;
+  int n = w->n;
+  fprintf(f, "\nObserved similarity matrix (Sb) between OTUs, based on the traits:\n:");
+  PrintMat(w, in->nOTUs, in->nOTUs, in->Sb);
+  fprintf(f, "\n\nRao entropy vector R (%d communities) computed after Sb:\n", n);
+  PrintCol(w, w->R);
+  if (w->mantel) {
+    fprintf(f, "\nResemblance matrix DR comparing communities based on their Rao entropy: \n");
+    PrintRese(w, n, w->DR);
+  }
+  if (!w->phyl) return;
+  if (in->phylogenyIsDissimilarity)
+    fprintf(f, "\nObserved dissimilarity matrix (Sf) in the range 0-1 between OTUs, based on the phylogeny:\n:");
+  else
+    fprintf(f, "\nObserved similarity matrix (Sf) in the range 0-1 between OTUs, based on the phylogeny:\n:");
+  PrintMat(w, in->nOTUs, in->nOTUs, in->Sf);
+  fprintf(f, "\n\nRao entropy vector R (%d communities) computed after Sf:\n", n);
+  PrintCol(w, w->Rp);
+  if (w->mantel) {
+    fprintf(f, "\nResemblance matrix DRaoPhyl comparing communities after based on their Rao entropy using "
+               "phylogenetic distances: \n");
+    PrintRese(w, n, w->DRp);
+  }
+}
+
+static void DetailPointC(PermWork* w, int iter) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  FILE* f = in->detailFile;
+  int n = w->n;
+  if (w->taxa) {
+    fprintf(f, "\n\nITERATION\t%d\n", iter);
+    fprintf(f, "Permuted trait matrix (Brnd):\n");
+    PrintMat(w, in->nOTUs, in->nTraits, w->Brnd);
+    fprintf(f, "\nOrder of original OTUs in permuted traits matrix Brnd:\t");
+    PrintList(w, in->nOTUs);
+    fprintf(f, "\n\nMatrix Trnd (%d communities by %d traits) generated after Brnd (Trnd = W x Brnd):\n", n,
+            in->nTraits);
+  } else {
+    fprintf(f, "\nOrder of original communities in permuted traits matrix Trnd:\t");
+    PrintList(w, n);
+    fprintf(f, "\n\nMatrix Trnd (%d communities by %d traits) permuted by site shuffle:\n", n, in->nTraits);
+  }
+  PrintMat(w, n, in->nTraits, w->T);
+  if (w->mantel) {
+    fprintf(f, "\nResemblance matrix DT between %d communities:\n", n);
+    PrintRese(w, n, w->DT);
+  }
+  fprintf(f, "\nIteration %d\tRandom ro(TE) =\t%g\tCummulative frequency for ro(TE)=%g\n", iter,
+          w->stat[PT_rTE], w->count[PT_rTE]);
+}
+
+static void DetailPointD(PermWork* w, int iter) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  FILE* f = in->detailFile;
+  int n = w->n;
+  const double* s = w->stat;
+  const double* k = w->count;
+  fprintf(f, "\n\nITERATION\t%d\n", iter);
+  if (w->taxa) {
+    fprintf(f, "Permuted belonging matrix (Urnd) based on traits:\n");
+    PrintMat(w, in->nOTUs, in->nTypes, w->Urnd);
+    fprintf(f, "\nOrder of original OTUs in permuted belongin matrix Urnd:\t");
+    PrintList(w, in->nOTUs);
+    fprintf(f, "\n\nMatrix Xrnd (%d communities by %d PFTs) generated after Urnd (Xrnd = W x Urnd):\n", n,
+            in->nTypes);
+  } else {
+    fprintf(f, "\nOrder of original communities in permuted matrix Xrnd:\t");
+    PrintList(w, n);
+    fprintf(f, "\n\nMatrix Xrnd (%d communities by %d PFTs) generated by site shuffle:\n", n, in->nTypes);
+  }
+  PrintMat(w, n, in->nTypes, w->X);
+  if (w->mantel) {
+    fprintf(f, "\nResemblance matrix DX between %d communities:\n", n);
+    PrintRese(w, n, w->DX);
+  }
+  fprintf(f, "\nIteration %d\tRandom ro(XT) =\t%g\tRandom ro(XE) =\t%g\tRandom ro(XE.T) =\t%g\tCummulative "
+             "frequency for ro(XE)=%g\tCummulative frequency for ro(XE.T)=%g\n",
+          iter, w->rXT, s[PT_rXE], s[PT_rXE_T], k[PT_rXE], k[PT_rXE_T]);
+  if (!w->phyl) return;
+  if (w->taxa) {
+    fprintf(f, "Permuted belonging matrix (Qrnd) based on phylogeny:\n");
+    PrintMat(w, in->nOTUs, in->nTaxa, w->Qrnd);
+    fprintf(f, "\nOrder of original OTUs in permuted belongin matrix Qrnd:\t");
+    PrintList(w, in->nOTUs);
+    fprintf(f, "\n\nMatrix Prnd (%d communities by %d taxa) generated after Qrnd (Prnd = W x Qrnd):\n", n,
+            in->nTaxa);
+  } else {
+    fprintf(f, "\n\nITERATION\t%d\n", iter);
+    fprintf(f, "\nOrder of original communities in permuted matrix Prnd:\t");
+    PrintList(w, n);
+    fprintf(f, "\n\nMatrix Prnd (%d communities by %d taxa) generated site shuffle:\n", n, in->nTaxa);
+  }
+  PrintMat(w, n, in->nTaxa, w->P);
+  if (w->mantel) {
+    fprintf(f, "\nResemblance matrix DP between %d communities:\n", n);
+    PrintRese(w, n, w->DP);
+  }
+  fprintf(f, "\nIteration %d\tRandom values and cummulative frequencies for the following:\n ro(PE) =\t%g\t%g\n"
+             "Random ro(PT) =\t%g\t%g\nRandom ro(PX) =\t%g\t%g\nRandom ro(PX.T) =\t%g\t%g\nRandom ro(TE.P) =\t%g\t"
+             "%g\nRandom ro(XE.P) =\t%g\t%g\nRandom ro(XE.TP) =\t%g\t%g\nRandom ro(PE.T) =\t%g\t%g\nRandom "
+             "ro(PE.X) =\t%g\t%g\n",
+          iter, s[PT_roPE], k[PT_roPE], s[PT_roPT], k[PT_roPT], s[PT_roPX], k[PT_roPX], s[PT_roPX_T],
+          k[PT_roPX_T], s[PT_roTE_P], k[PT_roTE_P], s[PT_roXE_P], k[PT_roXE_P], s[PT_roXE_TP], k[PT_roXE_TP],
+          s[PT_roPE_T], k[PT_roPE_T], s[PT_roPE_X], k[PT_roPE_X]);
+}
+
+static void DetailPointE(PermWork* w, int iter) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  FILE* f = in->detailFile;
+  int n = w->n;
+  const double* s = w->stat;
+  fprintf(f, "\n\nITERATION\t%d\n", iter);
+  if (w->taxa) {
+    fprintf(f, "Permuted similarity matrix (Srnd):\n");
+    PrintMat(w, in->nOTUs, in->nOTUs, w->Srnd);
+    fprintf(f, "\nOrder of original OTUs in permuted similarity matrix Srnd:\t");
+    PrintList(w, in->nOTUs);
+    fprintf(f, "\n\nRao entropy vector Rrnd (%d communities) generated after Srnd:\n", n);
+  } else {
+    fprintf(f, "\nOrder of original OTUs in permuted Rao diversity vector:\t");
+    PrintList(w, n);
+    fprintf(f, "\n\nRao entropy vector Rrnd (%d communities) generated by site shuffle:\n", n);
+  }
+  PrintCol(w, w->R);
+  if (w->mantel) {
+    fprintf(f, "\nResemblance matrix DR between %d communities:\n", n);
+    PrintRese(w, n, w->DR);
+  }
+  fprintf(f, "\nIteration %d\tRandom ro(RE) =\t%g\tRandom ro(XR) =\t%g\tRandom ro(TR) =\t%g\tRandom ro(XE.R) "
+             "=\t%g\tRandom ro(TE.R) =\t%g\tRandom ro(XT.R) =\t%g\tRandom ro(XE.TR) =\t%g\tCummulative frequency "
+             "for ro(RE)=%g\tCummulative frequency for ro(XE.TR)=%g\n",
+          iter, s[PT_rRE], w->rXR, w->rTR, w->rXE_R, w->rTE_R, w->rXT_R, s[PT_rXE_TR], w->count[PT_rRE],
+          w->count[PT_rXE_TR]);
+  if (!w->phyl) return;
+  if (w->taxa) {
+    fprintf(f, "Permuted phylogenetic similarity matrix (Sf_rnd):\n");
+    PrintMat(w, in->nOTUs, in->nOTUs, w->Sfrnd);
+    fprintf(f, "\nOrder of original OTUs in permuted similarity matrix Sf_rnd:\t");
+    PrintList(w, in->nOTUs);
+    fprintf(f, "\n\nRao entropy vector Rrnd (%d communities) generated after Sf_rnd:\n", n);
+  } else {
+    fprintf(f, "\nOrder of original communities in permuted phylogenetic diversity vector:\t");
+    PrintList(w, n);
+    fprintf(f, "\n\nRao entropy vector Rrnd (%d communities) generated by site shuffle:\n", n);
+  }
+  PrintCol(w, w->Rp);
+  if (w->mantel) {
+    fprintf(f, "\nResemblance matrix DR between %d communities:\n", n);
+    PrintRese(w, n, w->DRp);
+  }
+  fprintf(f, "\nIteration %d\tRandom ro(FE) =\t%g\tCummulative frequency for ro(FE)=%g\n", iter, s[PT_rFE],
+          w->count[PT_rFE]);
+}
+
+// ---------------------------------------------------------------------------
+// Setup and release
+
+static double** PointerRows(int n) { return (double**)dim1D(sizeof(double*), n > 0 ? n : 1); }
+
+int WeightedOTUListLength(int nOTUs, int nCommunities, double** W) {
+  int L = 0;
+  for (int c = 0; c < nCommunities; c++)
+    for (int i = 0; i < nOTUs; i++)
+      if (W[c][i] > 0.0) L++;
+  if (L == 0) return 0;
+  int passes = (nOTUs + L - 1) / L;
+  return L * (passes > 1 ? passes : 1);
+}
+
+void FillWeightedOTUList(int nOTUs, int nCommunities, double** W, int* list, int length) {
+  int k = 0;
+  while (k < length)
+    for (int c = 0; c < nCommunities; c++)
+      for (int i = 0; i < nOTUs; i++)
+        if (W[c][i] > 0.0 && k < length) list[k++] = i + 1;
+}
+
+static void AllocWork(PermWork* w, PermTest_FunctionalPhyl_Correl_Input* in) {
+  memset(w, 0, sizeof(*w));
+  w->in = in;
+  w->n = in->nCommunities;
+  w->mantel = in->opt_ro == 1;
+  w->taxa = in->taxaSiteShuffle != 's' && in->taxaSiteShuffle != 'S';
+  w->phyl = in->includePhylogeny;
+  w->code = TranslateReseOpt_KOLVEN_DARVOL(in->rese_opt);
+  int n = w->n, nO = in->nOTUs;
+  int weightedLength = (w->taxa && in->weightedNullModel) ? WeightedOTUListLength(nO, n, in->W) : 0;
+  if (w->taxa) {
+    w->listLength = weightedLength > 0 ? weightedLength : nO;
+    w->list = dim1Dint(w->listLength > nO ? w->listLength : (nO > 0 ? nO : 1));
+    if (weightedLength > 0)
+      FillWeightedOTUList(nO, n, in->W, w->list, weightedLength);
+    else
+      for (int i = 0; i < nO; i++) w->list[i] = i + 1;
+  } else {
+    w->listLength = n;
+    w->list = dim1Dint(n > 0 ? n : 1);
+    for (int c = 0; c < n; c++) w->list[c] = c + 1;
+  }
+  w->T = dim2Double(n, in->nTraits);
+  w->X = dim2Double(n, in->nTypes);
+  w->R = dim2Double(n, 1);
+  w->Tobs = dim2Double(n, in->nTraits);
+  w->Xobs = dim2Double(n, in->nTypes);
+  w->Robs = dim2Double(n, 1);
+  if (w->phyl) {
+    w->P = dim2Double(n, in->nTaxa);
+    w->Rp = dim2Double(n, 1);
+    w->Pobs = dim2Double(n, in->nTaxa);
+    w->Rpobs = dim2Double(n, 1);
+    w->Bnorm = dim2Double(nO, in->nTraits);
+  }
+  if (w->taxa) {
+    w->Brnd = PointerRows(nO);
+    w->Urnd = PointerRows(nO);
+    w->Srnd = dim2Double(nO, nO);
+    if (w->phyl) {
+      w->Qrnd = PointerRows(nO);
+      w->Sfrnd = dim2Double(nO, nO);
+      w->scoresRnd = PointerRows(nO);
+    }
+  }
+  if (w->mantel) {
+    w->DT = dim2Double(n, n);
+    w->DX = dim2Double(n, n);
+    w->DR = dim2Double(n, n);
+    if (w->phyl) {
+      w->DP = dim2Double(n, n);
+      w->DRp = dim2Double(n, n);
+    }
+  }
+  if (in->saveDetail && in->detailFile) {
+    int side = n > nO ? n : nO;
+    w->printWork = dim2Double(side, side > 0 ? side : 1);
+  }
+}
+
+static void FreeWork(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int n = w->n, nO = in->nOTUs;
+  free1D(w->list);
+  free2D(w->T, n);
+  free2D(w->X, n);
+  free2D(w->R, n);
+  free2D(w->Tobs, n);
+  free2D(w->Xobs, n);
+  free2D(w->Robs, n);
+  if (w->phyl) {
+    free2D(w->P, n);
+    free2D(w->Rp, n);
+    free2D(w->Pobs, n);
+    free2D(w->Rpobs, n);
+    free2D(w->Bnorm, nO);
+  }
+  if (w->taxa) {
+    free1D(w->Brnd);
+    free1D(w->Urnd);
+    free2D(w->Srnd, nO);
+    if (w->phyl) {
+      free1D(w->Qrnd);
+      free2D(w->Sfrnd, nO);
+      free1D(w->scoresRnd);
+    }
+  }
+  if (w->mantel) {
+    free2D(w->DT, n);
+    free2D(w->DX, n);
+    free2D(w->DR, n);
+    if (w->phyl) {
+      free2D(w->DP, n);
+      free2D(w->DRp, n);
+    }
+  }
+  if (w->printWork) {
+    int side = n > nO ? n : nO;
+    free2D(w->printWork, side);
+  }
+}
+
+// ---------------------------------------------------------------------------
+// The two phases
+
+static void ObservedPhase(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int n = w->n, nO = in->nOTUs;
+  MatrixProdSelectMV_Weight(n, nO, nO, in->nTraits, in->W, in->B, w->T, in->traitMask, in->weightOTUs);
+  if (in->keepObserved && in->Tout) CopyMatrix(n, in->nTraits, w->T, in->Tout);
+  NormalizeCols(n, in->nTraits, w->T, w->T);
+  StatsT(w);
+  CopyMatrix(n, in->nTraits, w->T, w->Tobs);
+  if (in->keepObserved && in->Tout) CopyMatrix(n, in->nTraits, w->T, in->Tout);
+  MatrixProdMV_Weight(n, nO, nO, in->nTypes, in->W, in->U, w->X, in->weightOTUs);
+  CopyMatrix(n, in->nTypes, w->X, w->Xobs);
+  if (in->keepObserved && in->Xout) CopyMatrix(n, in->nTypes, w->X, in->Xout);
+  if (w->phyl) {
+    MatrixProdMV_Weight(n, nO, nO, in->nTaxa, in->W, in->Q, w->P, in->weightOTUs);
+    CopyMatrix(n, in->nTaxa, w->P, w->Pobs);
+    if (in->keepObserved && in->Pout) CopyMatrix(n, in->nTaxa, w->P, in->Pout);
+    NormalizeCols(nO, in->nTraits, in->B, w->Bnorm);
+    if (w->mantel) {
+      w->stat[PT_roBF] = MatrixCorr(nO, in->Sb, in->Sf);
+      if (in->phylogenyIsDissimilarity) w->stat[PT_roBF] = -w->stat[PT_roBF];
+    } else {
+      w->stat[PT_roBF] = Coef(w, w->Bnorm, in->nTraits, in->pcoaScores, in->nPCoAAxes);
+    }
+  }
+  StatsXP(w);
+  if (in->saveDetail && in->detailFile) DetailPointA(w);
+  RaoAll(w, in->Sb, in->Sf);
+  CopyMatrix(n, 1, w->R, w->Robs);
+  if (in->keepObserved && in->Rout)
+    for (int c = 0; c < n; c++) in->Rout[c] = w->R[c][0];
+  if (w->phyl) {
+    CopyMatrix(n, 1, w->Rp, w->Rpobs);
+    if (in->keepObserved && in->RpOut)
+      for (int c = 0; c < n; c++) in->RpOut[c] = w->Rp[c][0];
+  }
+  StatsR(w);
+  if (in->saveDetail && in->detailFile) DetailPointB(w);
+}
+
+// A new order of the OTUs for this iteration; the site shuffle keeps its
+// identity list and draws nothing.
+static void NewList(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  if (!w->taxa) return;
+  if (in->weightedNullModel)
+    RndListSpecified(w->listLength, w->list);
+  else if (in->restrictPermutations == 1)
+    RndListNestedNew(in->nOTUs, in->nestingMembership, 1, w->list);
+  else
+    RndListSpecified(in->nOTUs, w->list);
+}
+
+static void RandomT(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int n = w->n, nO = in->nOTUs;
+  if (w->taxa) {
+    for (int k = 0; k < nO; k++) w->Brnd[k] = in->B[w->list[k] - 1];
+    // The random T is not normalised although the observed one is: intended,
+    // the probabilities depend on it.
+    MatrixProdSelectMV_Weight(n, nO, nO, in->nTraits, in->W, w->Brnd, w->T, in->traitMask, in->weightOTUs);
+  } else {
+    for (int k = 0; k < n; k++) memcpy(w->T[k], w->Tobs[w->list[k] - 1], sizeof(double) * in->nTraits);
+  }
+}
+
+static void RandomXP(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int n = w->n, nO = in->nOTUs;
+  if (w->taxa) {
+    for (int k = 0; k < nO; k++) w->Urnd[k] = in->U[w->list[k] - 1];
+    MatrixProdMV_Weight(n, nO, nO, in->nTypes, in->W, w->Urnd, w->X, in->weightOTUs);
+    if (w->phyl) {
+      for (int k = 0; k < nO; k++) w->Qrnd[k] = in->Q[w->list[k] - 1];
+      MatrixProdMV_Weight(n, nO, nO, in->nTaxa, in->W, w->Qrnd, w->P, in->weightOTUs);
+    }
+  } else {
+    for (int k = 0; k < n; k++) memcpy(w->X[k], w->Xobs[w->list[k] - 1], sizeof(double) * in->nTypes);
+    if (w->phyl)
+      for (int k = 0; k < n; k++) memcpy(w->P[k], w->Pobs[w->list[k] - 1], sizeof(double) * in->nTaxa);
+  }
+}
+
+// Rao entropies on the permuted OTU resemblances, and the random ro(BF).
+// Under the site shuffle the OTUs keep their order, so ro(BF) has no random
+// value: the arrangement is the observed one, and it counts as such.
+static void RandomR(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int n = w->n, nO = in->nOTUs;
+  if (!w->taxa) {
+    for (int c = 0; c < n; c++) {
+      w->R[c][0] = w->Robs[w->list[c] - 1][0];
+      if (w->phyl) w->Rp[c][0] = w->Rpobs[w->list[c] - 1][0];
+    }
+    return;
+  }
+  const int* list = w->list;
+  for (int a = 0; a < nO; a++) {
+    double* from = in->Sb[list[a] - 1];
+    double* to = w->Srnd[a];
+    for (int b = 0; b < nO; b++) to[b] = from[list[b] - 1];
+  }
+  if (w->phyl) {
+    for (int a = 0; a < nO; a++) {
+      double* from = in->Sf[list[a] - 1];
+      double* to = w->Sfrnd[a];
+      for (int b = 0; b < nO; b++) to[b] = from[list[b] - 1];
+    }
+    if (w->mantel) {
+      // No sign change here, unlike the observed value; intended.
+      w->stat[PT_roBF] = MatrixCorr(nO, in->Sb, w->Sfrnd);
+    } else {
+      for (int a = 0; a < nO; a++) w->scoresRnd[a] = in->pcoaScores[list[a] - 1];
+      w->stat[PT_roBF] = Coef(w, w->Bnorm, in->nTraits, w->scoresRnd, in->nPCoAAxes);
+    }
+  }
+  RaoAll(w, w->Srnd, w->Sfrnd);
+}
+
+static void PermutationPhase(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  double observed[N_PERMTEST_STATS];
+  memcpy(observed, w->stat, sizeof(observed));
+  bool detail = in->saveDetail && in->detailFile;
+  char status[64];
+  for (int i = 1; i < in->niter; i++) {
+    snprintf(status, sizeof(status), "Permutation test: %d of %d", i, in->niter);
+    HandleEventInfoWhere2(status);
+    NewList(w);
+    RandomT(w);
+    StatsT(w);
+    Count(w, observed, PT_rTE, false);
+    Count(w, observed, PT_rYT, false);
+    Count(w, observed, PT_rZT, false);
+    if (detail) DetailPointC(w, i);
+    RandomXP(w);
+    StatsXP(w);
+    Count(w, observed, PT_rXE, false);
+    Count(w, observed, PT_rXE_T, true);
+    Count(w, observed, PT_roXY, false);
+    Count(w, observed, PT_roXZ, false);
+    Count(w, observed, PT_roXY_T, true);
+    Count(w, observed, PT_roXZ_T, true);
+    if (w->phyl) {
+      Count(w, observed, PT_roPE, false);
+      Count(w, observed, PT_roPT, false);
+      Count(w, observed, PT_roPX, false);
+      for (int k = PT_roPX_T; k <= PT_roPE_X; k++) Count(w, observed, k, true);
+    }
+    if (detail) DetailPointD(w, i);
+    RandomR(w);
+    StatsR(w);
+    Count(w, observed, PT_rRE, false);
+    if (w->phyl) {
+      Count(w, observed, PT_rFE, false);
+      if (w->taxa)
+        Count(w, observed, PT_roBF, false);
+      else
+        w->count[PT_roBF] += 1.0;
+    }
+    Count(w, observed, PT_rXE_TR, true);
+    if (detail) DetailPointE(w, i);
+  }
+  memcpy(w->stat, observed, sizeof(observed));
+}
+
+bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input) {
+  PermWork w;
+  AllocWork(&w, input);
+  for (int k = 0; k < N_PERMTEST_STATS; k++) w.count[k] = 1.0;
+  ObservedPhase(&w);
+  PermutationPhase(&w);
+  for (int k = 0; k < N_PERMTEST_STATS; k++) {
+    input->statistics[k] = w.stat[k];
+    // niter 0 gives a positive infinity here: the division is meant.
+    input->probabilities[k] = w.count[k] / input->niter;
+  }
+  FreeWork(&w);
   return true;
 }

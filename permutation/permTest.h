@@ -87,6 +87,14 @@ struct PermTest_FunctionalPhyl_Correl_Input {
   FILE* detailFile;       // open stream for the intermediate results
 };
 
+// The list of OTU numbers of the weighted null model: each OTU once for each
+// community where W is above 0, walked community by community. When that
+// gives fewer entries than nOTUs the walk is repeated until it reaches them,
+// so the first nOTUs places always exist. 0 when W has no positive value.
+int WeightedOTUListLength(int nOTUs, int nCommunities, double** W);
+// Fills list (length entries, as given by WeightedOTUListLength).
+void FillWeightedOTUList(int nOTUs, int nCommunities, double** W, int* list, int length);
+
 // Computes all statistics and their probabilities into the record. Needs the
 // generator r initialised. Returns true.
 bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input);
