@@ -5,6 +5,9 @@
 
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibEigen.h"
+#include "TarnLib/tarnlibRandom.h"
+
+#include <gsl/gsl_randist.h>
 
 namespace {
 
@@ -102,4 +105,119 @@ TEST(EigenGsl, SingularValueDecompositionReconstructs)
     free2D(u, 4);
     free2D(v, 3);
     free1D(s);
+}
+
+TEST(EigenOrdination, PrincipalCoordinatesOfPointsOnALine)
+{
+    const double pos[] = {0.0, 1.5, 4.0};
+    double** d = dim2Double(3, 3);
+    for (int i = 0; i < 3; i++)
+        for (int j = 0; j < 3; j++) d[i][j] = std::fabs(pos[i] - pos[j]);
+    double** vec = dim2Double(3, 3);
+    double** scores = dim2Double(3, 3);
+    double* val = dim1Double(3);
+    int axes = -1;
+    bool ok = false;
+    EXPECT_EQ(OrdinationLib_D(3, 3, nullptr, d, vec, scores, &axes, val, &ok, 1, 3, 1), 1);
+    EXPECT_TRUE(ok);
+    ASSERT_EQ(axes, 1);
+    for (int i = 0; i < 3; i++)
+        for (int j = 0; j < 3; j++)
+            EXPECT_NEAR(std::fabs(scores[0][i] - scores[0][j]), d[i][j], 1e-12) << i << "," << j;
+    // a similarity (code 1, cross products) goes through squared distances
+    double** s = dim2Double(3, 3);
+    for (int i = 0; i < 3; i++)
+        for (int j = 0; j < 3; j++) s[i][j] = pos[i] * pos[j];
+    EXPECT_EQ(OrdinationLib_Scores(3, 3, nullptr, s, scores, 1, 1, 1), 1);
+    EXPECT_NEAR(std::fabs(scores[0][2] - scores[0][0]), 4.0, 1e-12);
+    free2D(d, 3);
+    free2D(s, 3);
+    free2D(vec, 3);
+    free2D(scores, 3);
+    free1D(val);
+}
+
+TEST(EigenOrdination, TinyEigenvalueGivesNoAxis)
+{
+    double** a = dim2Double(2, 2);
+    a[0][0] = 100.0;
+    a[1][1] = 1e-9;
+    double** scores = dim2Double(2, 2);
+    double** data = dim2Double(2, 2);
+    data[0][0] = 1.0;
+    data[1][1] = 1.0;
+    EXPECT_EQ(OrdinationLib_Scores(2, 2, data, a, scores, 2, 1, 1), 1);
+    a[1][1] = 1e-5;  // 1e-5 percent: kept
+    EXPECT_EQ(OrdinationLib_Scores(2, 2, data, a, scores, 2, 1, 1), 2);
+    free2D(a, 2);
+    free2D(scores, 2);
+    free2D(data, 2);
+}
+
+TEST(EigenOrdination, PrincipalComponentScoresAreProjections)
+{
+    // three variables (objects of the eigenanalysis) over five samples
+    const double v[] = {1.2, 2.385, -0.5, 3.0, 0.7,
+                        0.4, 1.9, 0.3, 2.2, -1.1,
+                        -2.0, 0.6, 1.4, 0.9, 2.5};
+    double** x = FromRows(3, 5, v);
+    double** c = dim2Double(3, 3);
+    for (int i = 0; i < 3; i++)
+        for (int j = 0; j < 3; j++)
+            for (int k = 0; k < 5; k++) c[i][j] += x[i][k] * x[j][k];
+    double** vec = dim2Double(3, 3);
+    double** scores = dim2Double(3, 5);
+    double* val = dim1Double(3);
+    int axes = 0;
+    bool ok = false;
+    OrdinationLib_D(3, 5, x, c, vec, scores, &axes, val, &ok, 2, 1, 1);
+    ASSERT_EQ(axes, 3);
+    // each axis: the sum of squared scores is its eigenvalue
+    for (int k = 0; k < 3; k++) {
+        double ss = 0;
+        for (int j = 0; j < 5; j++) ss += scores[k][j] * scores[k][j];
+        EXPECT_NEAR(ss, val[k], 1e-10) << "axis " << k;
+    }
+    free2D(x, 3);
+    free2D(c, 3);
+    free2D(vec, 3);
+    free2D(scores, 3);
+    free1D(val);
+}
+
+TEST(EigenCorrelatedData, IdentityKeepsNumbersAndCorrelationIsReached)
+{
+    InitRndNumberGenerator(2385);
+    double** id = dim2Double(3, 3);
+    for (int i = 0; i < 3; i++) id[i][i] = 1.0;
+    double** out = dim2Double(4, 3);
+    CorrToData_New(4, 3, id, out, 2);
+    InitRndNumberGenerator(2385);
+    for (int i = 0; i < 4; i++)
+        for (int j = 0; j < 3; j++) EXPECT_EQ(out[i][j], gsl_ran_gaussian(r, 1.0)) << i << "," << j;
+    // a prescribed correlation of 0.6 is met by a large sample
+    const int n = 4000;
+    double** corr = dim2Double(2, 2);
+    corr[0][0] = corr[1][1] = 1.0;
+    corr[0][1] = corr[1][0] = 0.6;
+    double** big = dim2Double(n, 2);
+    CorrToData_New(n, 2, corr, big, 1);
+    double ma = 0, mb = 0, sab = 0, saa = 0, sbb = 0;
+    for (int i = 0; i < n; i++) { ma += big[i][0] / n; mb += big[i][1] / n; }
+    for (int i = 0; i < n; i++) {
+        sab += (big[i][0] - ma) * (big[i][1] - mb);
+        saa += (big[i][0] - ma) * (big[i][0] - ma);
+        sbb += (big[i][1] - mb) * (big[i][1] - mb);
+    }
+    EXPECT_NEAR(sab / std::sqrt(saa * sbb), 0.6, 0.05);
+    // law 8 on a matrix that isn't square stays within it
+    double** odd = dim2Double(5, 3);
+    CorrToData_New(5, 3, id, odd, 8);
+    CorrToData_BothRowsColumns(2, 3, id, corr, odd, 8);
+    EXPECT_EQ(odd[1][2], 0.0);
+    free2D(id, 3);
+    free2D(out, 4);
+    free2D(corr, 2);
+    free2D(big, n);
+    free2D(odd, 5);
 }

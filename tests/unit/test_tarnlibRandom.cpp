@@ -6,16 +6,6 @@
 
 #include "TarnLib/tarnlibRandom.h"
 
-// Stand-in for the statistics library's group count until it lands; the real
-// one overrides it.
-__attribute__((weak)) void CountGroups(int n, int* labels, int* nGroups, int* distinct) {
-  std::vector<int> v(labels, labels + n);
-  std::sort(v.begin(), v.end());
-  v.erase(std::unique(v.begin(), v.end()), v.end());
-  *nGroups = (int)v.size();
-  std::copy(v.begin(), v.end(), distinct);
-}
-
 namespace {
 
 std::vector<int> Sorted(const int* list, int n) {

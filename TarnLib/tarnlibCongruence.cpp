@@ -1,0 +1,384 @@
+// Matrix congruence: Mantel, Procrustes and RV coefficients, their partial forms, and other coefficients between square matrices.
+// Mantel (1967), Cancer Research 27: 209-220; symmetric Procrustes statistic
+// after Gower (1971) and Peres-Neto & Jackson (2001), Oecologia 129: 169-178;
+// RV coefficient of Escoufier (1973), Biometrics 29: 751-760.
+#include "TarnLib/tarnlibCongruence.h"
+
+#include <cmath>
+#include <cstdarg>
+
+#include "TarnLib/tarnlibDim.h"
+#include "TarnLib/tarnlibEigen.h"
+#include "TarnLib/tarnlibNum.h"
+#include "TarnLib/tarnlibRegression.h"
+#include "TarnLib/tarnlibStats.h"
+#include "scaling/community.h"
+
+static const double missing = -999.0;
+
+// ---- Mantel ----
+
+// Pearson correlation of the pairs i < j; a pair with -999 on either side is
+// left out of the means and of the sums. Runs in every permutation, so it
+// allocates nothing.
+template <typename TA, typename TB>
+static double MantelCorr(int n, TA** a, TB** b)
+{
+    if (n < 2) return 0.0;
+    double sumA = 0.0, sumB = 0.0;
+    long count = 0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            if (a[i][j] == missing || b[i][j] == missing) continue;
+            sumA += a[i][j];
+            sumB += b[i][j];
+            count++;
+        }
+    if (count == 0) return 0.0;
+    double meanA = sumA / count, meanB = sumB / count;
+    double ssA = 0.0, ssB = 0.0, cross = 0.0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            if (a[i][j] == missing || b[i][j] == missing) continue;
+            double da = a[i][j] - meanA, db = b[i][j] - meanB;
+            ssA += da * da;
+            ssB += db * db;
+            cross += da * db;
+        }
+    if (ssA == 0.0 || ssB == 0.0) return 0.0;
+    return cross / std::sqrt(ssA * ssB);
+}
+
+double MatrixCorr(int n, double** a, double** b) { return MantelCorr(n, a, b); }
+double MatrixCorr(int n, float** a, float** b) { return MantelCorr(n, a, b); }
+double MatrixCorr(int n, float** a, double** b) { return MantelCorr(n, a, b); }
+double MatrixCorr(int n, double** a, float** b) { return MantelCorr(n, a, b); }
+
+// ---- Procrustes and RV ----
+
+double vecProd(int n, double** a, double** b)
+{
+    double sum = 0.0;
+    for (int i = 0; i < n; i++)
+        for (int j = 0; j < n; j++) sum += a[i][j] * b[i][j];
+    return sum;
+}
+
+double RVcoeff(int rows, int p, int q, double** a, double** b)
+{
+    int side = rows;
+    if (p > side) side = p;
+    if (q > side) side = q;
+    double** centred = dim2Double(side, side);
+    double** transposed = dim2Double(side, side);
+    double** s = dim2Double(rows, rows);
+    double** t = dim2Double(rows, rows);
+    CenterColsMV(rows, p, a, centred);
+    TransposeMatrix(rows, p, centred, transposed);
+    MatrixProd(rows, p, p, rows, centred, transposed, s);
+    CenterColsMV(rows, q, b, centred);
+    TransposeMatrix(rows, q, centred, transposed);
+    MatrixProd(rows, q, q, rows, centred, transposed, t);
+    // No guard: a constant matrix gives 0 / 0, which the tests carry on.
+    double rv = vecProd(rows, s, t) / std::sqrt(vecProd(rows, s, s) * vecProd(rows, t, t));
+    free2D(centred, side);
+    free2D(transposed, side);
+    free2D(s, rows);
+    free2D(t, rows);
+    return rv;
+}
+
+double ProcrustesCoeff(int rows, int p, int q, double** a, double** b)
+{
+    // X is the narrower matrix (a at equal width): the result is symmetric.
+    double** x = p <= q ? a : b;
+    double** y = p <= q ? b : a;
+    int small = p <= q ? p : q;
+    int big = p <= q ? q : p;
+    if (rows < 2 || small < 1) return 0.0;
+    double** xt = dim2Double(small, rows);
+    double** yc = dim2Double(rows, big);
+    double** c = dim2Double(big, big);
+    double** u = dim2Double(big, big);
+    double** v = dim2Double(big, big);
+    double* s = dim1Double(big);
+    TransposeMatrix(rows, small, x, xt);
+    CenterRowsMV(small, rows, xt, xt);
+    CenterColsMV(rows, big, y, yc);
+    GowerStandardizationRows(small, rows, xt);
+    GowerStandardizationCols(rows, big, yc);
+    MatrixProd(small, rows, rows, big, xt, yc, c);
+    ScalarMatrixProd(big, big, 1.0 / (rows - 1), c, c);
+    double sum = 0.0;
+    if (SingValueDecomp(big, big, c, u, s, v))
+        for (int k = 0; k < big; k++) sum += s[k];
+    free2D(xt, small);
+    free2D(yc, rows);
+    free2D(c, big);
+    free2D(u, big);
+    free2D(v, big);
+    free1D(s);
+    return sum;
+}
+
+// ---- Partial forms ----
+
+double PartialCorrelation(double rXY, double rXZ, double rYZ)
+{
+    // Only +1 is caught; -1 divides by zero and the result is not finite.
+    if (AlmostEqual_Tolerance(rXZ, 1.0, 1e-09) || AlmostEqual_Tolerance(rYZ, 1.0, 1e-09)) return 0.0;
+    return (rXY - rXZ * rYZ) / (std::sqrt(1.0 - rYZ * rYZ) * std::sqrt(1.0 - rXZ * rXZ));
+}
+
+double PartialMatrixCorrelation(int rows, int p, int q, double** a, double** b, int which,
+                                double overfitFactor, int nControls, ...)
+{
+    // Two passes over the arguments: the stated widths size the predictors,
+    // then the selected columns are copied side by side in the order given.
+    va_list args;
+    va_start(args, nControls);
+    int stated = 0;
+    for (int m = 0; m < nControls; m++) {
+        stated += va_arg(args, int);
+        (void)va_arg(args, int*);
+        (void)va_arg(args, double**);
+    }
+    va_end(args);
+    double** predictors = dim2Double(rows, stated > 0 ? stated : 1);
+    int width = 0;
+    va_start(args, nControls);
+    for (int m = 0; m < nControls; m++) {
+        int cols = va_arg(args, int);
+        int* select = va_arg(args, int*);
+        double** control = va_arg(args, double**);
+        for (int k = 0; k < cols; k++) {
+            if (select != nullptr && select[k] != 1) continue;
+            for (int i = 0; i < rows; i++) predictors[i][width] = control[i][k];
+            width++;
+        }
+    }
+    va_end(args);
+    double** resA = dim2Double(rows, p);
+    double** resB = dim2Double(rows, q);
+    if (nControls >= 1) {
+        PCA_Regression_ResidualsSelect(rows, p, width, a, predictors, resA, nullptr, 2, overfitFactor);
+        PCA_Regression_ResidualsSelect(rows, q, width, b, predictors, resB, nullptr, 2, overfitFactor);
+    }
+    double coefficient = 0.0;
+    if (which == 3) coefficient = RVcoeff(rows, p, q, resA, resB);
+    else if (which == 2) coefficient = ProcrustesCoeff(rows, p, q, resA, resB);
+    free2D(predictors, rows);
+    free2D(resA, rows);
+    free2D(resB, rows);
+    return coefficient;
+}
+
+// ---- Deviations between matrices ----
+
+double SQMatrixDeviations(int rows, int cols, double** a, double** b)
+{
+    double sum = 0.0;
+    for (int i = 0; i < rows; i++)
+        for (int j = 0; j < cols; j++) sum += (a[i][j] - b[i][j]) * (a[i][j] - b[i][j]);
+    return 1.0 - sum / (2.0 * rows);
+}
+
+double SumAbsMatrixDeviations(int rows, int cols, double** a, double** b)
+{
+    double sum = 0.0;
+    for (int i = 0; i < rows; i++)
+        for (int j = 0; j < cols; j++) sum += std::fabs(a[i][j] - b[i][j]);
+    return 1.0 - sum / (2.0 * rows);
+}
+
+// ---- Other coefficients over the pairs i < j ----
+
+double MatrixCov(int n, double** a, double** b)
+{
+    long m = (long)n * (n - 1) / 2;
+    if (m < 2) return 0.0;
+    double sumA = 0.0, sumB = 0.0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            sumA += a[i][j];
+            sumB += b[i][j];
+        }
+    double meanA = sumA / m, meanB = sumB / m, cross = 0.0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) cross += (a[i][j] - meanA) * (b[i][j] - meanB);
+    return cross / (m - 1);
+}
+
+// Pairs where both elements are below 1e-06 in absolute value are left out.
+static bool BothNearZero(double x, double y)
+{
+    return std::fabs(x) < 1e-06 && std::fabs(y) < 1e-06;
+}
+
+double MatrixCorrAdj(int n, double** a, double** b)
+{
+    double sumA = 0.0, sumB = 0.0;
+    long count = 0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            if (BothNearZero(a[i][j], b[i][j])) continue;
+            sumA += a[i][j];
+            sumB += b[i][j];
+            count++;
+        }
+    if (count == 0) return 0.0;
+    double meanA = sumA / count, meanB = sumB / count, ssA = 0.0, ssB = 0.0, cross = 0.0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            if (BothNearZero(a[i][j], b[i][j])) continue;
+            double da = a[i][j] - meanA, db = b[i][j] - meanB;
+            ssA += da * da;
+            ssB += db * db;
+            cross += da * db;
+        }
+    if (ssA == 0.0 || ssB == 0.0) return 0.0;
+    return cross / std::sqrt(ssA * ssB);
+}
+
+double MatrixProdMomentAdj(int n, double* ssA, double* ssB, double** a, double** b)
+{
+    *ssA = 0.0;
+    *ssB = 0.0;
+    if (n < 2) return 0.0;
+    // Float precision throughout, as this coefficient always had it.
+    float sumA = 0.0f, sumB = 0.0f;
+    long count = 0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            if (BothNearZero(a[i][j], b[i][j])) continue;
+            sumA += (float)a[i][j];
+            sumB += (float)b[i][j];
+            count++;
+        }
+    if (count == 0) return 0.0;
+    float meanA = sumA / count, meanB = sumB / count, sa = 0.0f, sb = 0.0f, cross = 0.0f;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            if (BothNearZero(a[i][j], b[i][j])) continue;
+            float da = (float)a[i][j] - meanA, db = (float)b[i][j] - meanB;
+            sa += da * da;
+            sb += db * db;
+            cross += da * db;
+        }
+    *ssA = sa;
+    *ssB = sb;
+    return cross;
+}
+
+double MatrixRankCorr(int n, double** a, double** b)
+{
+    int m = n * (n - 1) / 2;
+    if (m < 2) return 0.0;
+    double** pairs = dim2Double(2, m);
+    double** ranks = dim2Double(2, m);
+    int k = 0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++, k++) {
+            pairs[0][k] = a[i][j];
+            pairs[1][k] = b[i][j];
+        }
+    RankRowsAdj(2, m, ranks, pairs);
+    double d = 0.0;
+    for (k = 0; k < m; k++) {
+        // Ranks are held in float precision.
+        float diff = (float)ranks[0][k] - (float)ranks[1][k];
+        d += diff * diff;
+    }
+    free2D(pairs, 2);
+    free2D(ranks, 2);
+    double md = m;
+    return 1.0 - 6.0 * d / (md * md * md - md);
+}
+
+double MatrixCos(int n, double** a, double** b)
+{
+    double cross = 0.0, ssA = 0.0, ssB = 0.0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            cross += a[i][j] * b[i][j];
+            ssA += a[i][j] * a[i][j];
+            ssB += b[i][j] * b[i][j];
+        }
+    if (ssA == 0.0 || ssB == 0.0) return 0.0;
+    return cross / std::sqrt(ssA * ssB);
+}
+
+double MatrixStress(int n, double** a, double** b)
+{
+    double r = MatrixCorr(n, a, b);
+    return 1.0 - r * r;
+}
+
+double MatrixStressKruskal(int n, double** a, double** b)
+{
+    double num = 0.0, den = 0.0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            double d = a[i][j] - b[i][j], h = (a[i][j] + b[i][j]) / 2.0;
+            num += d * d;
+            den += h * h;
+        }
+    if (den == 0.0) return -1.0;
+    return std::sqrt(num / den);
+}
+
+double MatrixAbsValDist(int n, double** a, double** b)
+{
+    double sum = 0.0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) sum += std::fabs(a[i][j] - b[i][j]);
+    return sum;
+}
+
+double MatrixEudDist(int n, double** a, double** b)
+{
+    double sum = 0.0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) sum += (a[i][j] - b[i][j]) * (a[i][j] - b[i][j]);
+    return sum > 0.0 ? std::sqrt(sum) : sum;
+}
+
+double MatrixDist(int n, double** a, double** b)
+{
+    // Float precision, as this coefficient always had it.
+    float ssA = 0.0f, ssB = 0.0f;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            ssA += (float)(a[i][j] * a[i][j]);
+            ssB += (float)(b[i][j] * b[i][j]);
+        }
+    float ra = ssA > 0.0f ? std::sqrt(ssA) : 1.0f, rb = ssB > 0.0f ? std::sqrt(ssB) : 1.0f;
+    float sum = 0.0f;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            float d = (float)a[i][j] / ra - (float)b[i][j] / rb;
+            sum += d * d;
+        }
+    return std::sqrt(sum);
+}
+
+double PartialMatrixCorr(int n, double** a, double** b, double** c)
+{
+    if (n < 2) return 0.0;
+    double m = (double)n * (n - 1) / 2.0;
+    double sa = 0, sb = 0, sc = 0, saa = 0, sbb = 0, scc = 0, sab = 0, sac = 0, sbc = 0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            double x = a[i][j], y = b[i][j], z = c[i][j];
+            sa += x; sb += y; sc += z;
+            saa += x * x; sbb += y * y; scc += z * z;
+            sab += x * y; sac += x * z; sbc += y * z;
+        }
+    double ssA = saa - sa * sa / m, ssB = sbb - sb * sb / m, ssC = scc - sc * sc / m;
+    double cAB = sab - sa * sb / m, cAC = sac - sa * sc / m, cBC = sbc - sb * sc / m;
+    // A zero sum of squares makes the two correlations that use it 0.
+    double rAB = ssA == 0.0 || ssB == 0.0 ? 0.0 : cAB / std::sqrt(ssA * ssB);
+    double rAC = ssA == 0.0 || ssC == 0.0 ? 0.0 : cAC / std::sqrt(ssA * ssC);
+    double rBC = ssB == 0.0 || ssC == 0.0 ? 0.0 : cBC / std::sqrt(ssB * ssC);
+    return PartialCorrelation(rAB, rAC, rBC);
+}

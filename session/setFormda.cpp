@@ -1,0 +1,71 @@
+// The menu that puts data into a new session: raw data, another session's file, or a merge.
+#include "session/setFormda.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "TarnLib/tarnlibDim.h"
+#include "session/formda.h"
+#include "shell/console.h"
+#include "shell/shell.h"
+#include "shell/track.h"
+
+int IFFormat();
+
+namespace {
+
+// Answer 2: the formatted file of another session. Returns 1 when the new
+// session has its data, 0 to show the options again.
+int UseOtherSession() {
+  fprintf(out, "\nEnter name of the session from which data is to be extracted: ");
+  ReadStringIn("%s\n", tempName);
+  strncpy(tempSession, tempName, 31);
+  tempSession[31] = '\0';
+  snprintf(whichFormda, sizeof whichFormda, "%s%s", tempSession, formdaExt);
+  FILE* fp = fopenck(whichFormda, volumeName, "r");
+  if (fp == nullptr) return 0;
+  fclose(fp);
+  fprintf(out, "\nUse file %s:\n", whichFormda);
+  fprintf(out, "   1  as it is \n");
+  fprintf(out, "   2  modified \n");
+  fprintf(out, "   3  return to main menu \n");
+  fprintf(out, "Type option no.: ");
+  int answer = (int)ReadNumberIn("%d\n", "1 2 3");
+  fprintf(out, "\n\n");
+  if (answer == 1) {
+    // The new session keeps using the other session's file.
+    OpenFormda(1);
+    ClearLine();
+    WriteTrack(0);
+    FreeGlobals1();
+    return 1;
+  }
+  if (answer == 2) fprintf(out, "\nModifying data of another session is not available in this build.\n");
+  // Answer 3 shows these options again rather than the main menu: settled.
+  return 0;
+}
+
+} // namespace
+
+int SetFormda() {
+  Menu("DATA FOR SESSION");
+  for (;;) {
+    fprintf(out, "Options:\n");
+    fprintf(out, "   1  format raw data \n");
+    fprintf(out, "   2  use formatted data from another session\n");
+    fprintf(out, "   3  merge formatted data from two sessions\n");
+    fprintf(out, "   4  return to main menu \n");
+    fprintf(out, "Type option no.: ");
+    int answer = (int)ReadNumberIn("%d\n", "1 2 3 4");
+    if (answer == 1) {
+      snprintf(whichFormda, sizeof whichFormda, "%s%s", sessionName, formdaExt);
+      IFFormat();
+      WriteTrack(0);
+      return 0;
+    }
+    if (answer == 2 && UseOtherSession()) return 0;
+    if (answer == 3)
+      fprintf(out, "\nMerging two sessions is not available in this build.\n");
+    if (answer == 4) return 1;
+  }
+}
