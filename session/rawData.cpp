@@ -116,7 +116,7 @@ void ReadLabels(FILE* f, const char* name, int n, char** labels, int option) {
   for (int k = 0; k < n; k++) {
     if (option == 2) {
       if (freadck1(f, "%4095s", word, name) == 0) RawFileEnded();
-      snprintf(labels[k], labelWidth + 1, "%s", word);
+      snprintf(labels[k], labelWidth + 1, "%.10s", word);
     } else {
       snprintf(labels[k], labelWidth + 1, "%d", k + 1);
     }
@@ -416,7 +416,7 @@ void ReadEnvironment(RawFiles* r) {
   for (int v = 0; v < nenv; v++) {
     if (labels == 2) {
       freadck(f, "%4095s", word, r->environmentName);
-      snprintf(envLabel[v], labelWidth + 1, "%s", word);
+      snprintf(envLabel[v], labelWidth + 1, "%.10s", word);
     } else {
       snprintf(envLabel[v], labelWidth + 1, "%d", v + 1);
     }

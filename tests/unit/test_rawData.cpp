@@ -99,15 +99,17 @@ TEST_F(RawDataTest, LongNameIsCutAndDuplicatesMerge) {
 }
 
 TEST_F(RawDataTest, CollisionsBeyondUpperCaseChangeCharacters) {
-  const char* names[] = {"ab", "ab ", "ab  ", "ab   ", "ab    "};
-  Make(5, 1, names);
+  const char* names[] = {"ab cd", "ab cd ", "ab cd  ", "ab cd   ", "ab cd    ", "ab cd     ",
+                         "ab cd      ", "ab", "ab "};
+  Make(9, 1, names);
   CheckSpecies(2);
-  ASSERT_EQ(nSpp, 5);
-  EXPECT_EQ(std::string(spp[0], 3), "ab ");
-  EXPECT_EQ(std::string(spp[1], 3), "Ab ");
-  EXPECT_EQ(std::string(spp[2], 3), "AB ");
-  EXPECT_EQ(std::string(spp[3], 3), "BB ") << "from step 8 characters are counted up";
-  EXPECT_EQ(std::string(spp[4], 3), "BC ");
+  ASSERT_EQ(nSpp, 9);
+  const char* expect[] = {"abcd", "Abcd", "ABcd", "ABCd", "ABCD", "BBCD", "BCCD"};
+  for (int e = 0; e < 7; e++) EXPECT_EQ(std::string(spp[e], 5), std::string(expect[e]) + " ") << "entry " << e;
+  // A two-character label is followed by a blank in the list, so its first
+  // four characters never equal another two-character label: both stay.
+  EXPECT_EQ(std::string(spp[7], 3), "ab ");
+  EXPECT_EQ(std::string(spp[8], 3), "ab ");
 }
 
 TEST_F(RawDataTest, IdenticalLinesMergeAndLabelsAsGiven) {
