@@ -267,8 +267,9 @@ void AskCommunitySizes() {
     for (int j = 0; j < ncsm; j++)
       if (ncst[j] > 0) sum += ncst[j];
     if (sum <= tcst) return;
+    fprintf(stdout, "\a");
     fflush(stdout);
-    fprintf(stderr, "\a\nThe numbers of OTUs add up to %ld, more than the %d OTUs. Reenter.\n", sum, tcst);
+    fprintf(stderr, "\nThe numbers of OTUs add up to %ld, more than the %d OTUs. Reenter.\n", sum, tcst);
   }
 }
 
