@@ -5,6 +5,8 @@
 // 2010, Ecology Letters 13: 587-596), with Procrustes and RV alternatives.
 #include "permutation/permTest.h"
 
+#include <omp.h>
+
 #include <cmath>
 #include <cstring>
 
@@ -20,6 +22,9 @@
 #include "shell/shell.h"
 
 bool permTestPlainLoops = false;
+// Below this the distances of an iteration run faster on one thread than a
+// team can meet at the end of each parallel loop, thousands of times a test.
+double permTestSmallWork = 4000000.0;
 
 // Digits of the numbers in the intermediate file.
 #define PERM_DETAIL_DIGITS 6
@@ -853,7 +858,21 @@ static void PermutationPhase(PermWork* w) {
   memcpy(w->stat, observed, sizeof(observed));
 }
 
+// One thread for the inner parallel loops when every resemblance matrix of
+// an iteration is small; the distances are the same whatever the team, so
+// this changes no result. Returns the team size to restore.
+static int SmallProblemTeam(PermTest_FunctionalPhyl_Correl_Input* in) {
+  int team = omp_get_max_threads();
+  int cols = in->nTraits;
+  if (in->nTypes > cols) cols = in->nTypes;
+  if (in->includePhylogeny && in->nTaxa > cols) cols = in->nTaxa;
+  double work = 0.5 * (double)in->nCommunities * in->nCommunities * cols;
+  if (team > 1 && work < permTestSmallWork) omp_set_num_threads(1);
+  return team;
+}
+
 bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input) {
+  int team = SmallProblemTeam(input);
   PermWork w;
   AllocWork(&w, input);
   for (int k = 0; k < N_PERMTEST_STATS; k++) w.count[k] = 1.0;
@@ -867,5 +886,6 @@ bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input)
   }
   FreeOccurrences(&w);
   FreeWork(&w);
+  omp_set_num_threads(team);
   return true;
 }

@@ -358,6 +358,7 @@ TEST(PermTestReproducibility, SameSeedAndAnyThreadCountGiveSameResults) {
     Build(&pc, 12, 9, 3, nullptr, 20);
     pc.in.opt_ro = ro;
     pc.in.niter = 40;
+    permTestSmallWork = 0.0;  // keep the team in the distance loops
     omp_set_num_threads(1);
     RunTest(&pc, 2024);
     double stats1[N_PERMTEST_STATS], probs1[N_PERMTEST_STATS];
@@ -365,10 +366,13 @@ TEST(PermTestReproducibility, SameSeedAndAnyThreadCountGiveSameResults) {
     memcpy(probs1, pc.in.probabilities, sizeof(probs1));
     omp_set_num_threads(2);
     RunTest(&pc, 2024);
+    permTestSmallWork = 4000000.0;
+    EXPECT_EQ(2, omp_get_max_threads()) << "team size restored after the test";
     for (int k = 0; k < N_PERMTEST_STATS; k++) {
       EXPECT_EQ(probs1[k], pc.in.probabilities[k]) << "opt_ro " << ro << ", statistic " << k + 1;
-      if (!std::isnan(stats1[k]))
+      if (!std::isnan(stats1[k])) {
         EXPECT_EQ(stats1[k], pc.in.statistics[k]) << "opt_ro " << ro << ", statistic " << k + 1;
+      }
     }
     Release(&pc);
   }
@@ -429,9 +433,22 @@ TEST(PermTestReproducibility, SkippingZeroAbundancesChangesNothing) {
     RunTest(&pc, 99);
     for (int k = 0; k < N_PERMTEST_STATS; k++) {
       EXPECT_EQ(probs1[k], pc.in.probabilities[k]) << "variant " << variant << ", statistic " << k + 1;
-      if (!std::isnan(stats1[k]))
+      if (!std::isnan(stats1[k])) {
         EXPECT_EQ(stats1[k], pc.in.statistics[k]) << "variant " << variant << ", statistic " << k + 1;
+      }
     }
     Release(&pc);
   }
+}
+
+// A small test runs its distances on one thread; the caller's team size is
+// given back afterwards.
+TEST(PermTestReproducibility, TeamSizeIsRestored) {
+  PermCase pc;
+  Build(&pc, 5, 4, 2, nullptr, 40);
+  pc.in.niter = 3;
+  omp_set_num_threads(2);
+  RunTest(&pc, 1);
+  EXPECT_EQ(2, omp_get_max_threads());
+  Release(&pc);
 }
