@@ -232,3 +232,55 @@ def aravo(folder):
 
 if __name__ == '__main__' and len(sys.argv) > 2 and sys.argv[1] == 'aravo':
     aravo(sys.argv[2])
+
+
+def centre_cols(M):
+    n, p = len(M), len(M[0])
+    means = [sum(r[t] for r in M) / n for t in range(p)]
+    return [[r[t] - means[t] for t in range(p)] for r in M]
+
+
+def rv(A, B):
+    a, b = centre_cols(A), centre_cols(B)
+    S, T = prod(a, transpose(a)), prod(b, transpose(b))
+    dot = lambda P, Q: sum(P[i][j] * Q[i][j] for i in range(len(P)) for j in range(len(P)))
+    return dot(S, T) / math.sqrt(dot(S, S) * dot(T, T))
+
+
+def transpose(M):
+    return [list(c) for c in zip(*M)]
+
+
+def procrustes_one_column(x, Y):
+    """Procrustes correlation of a one-column matrix x with Y: both centred and
+    scaled to unit total variance; the only singular value of x'Y/(n-1)."""
+    n = len(x)
+    xc = [v - sum(x) / n for v in x]
+    vx = sum(v * v for v in xc) / (n - 1)
+    yc = centre_cols(Y)
+    vy = sum(v * v for r in yc for v in r) / (n - 1)
+    row = [sum(xc[i] * yc[i][t] for i in range(n)) / math.sqrt(vx * vy) / (n - 1)
+           for t in range(len(Y[0]))]
+    return math.sqrt(sum(v * v for v in row))
+
+
+def corr_adj(M):
+    c = centre_cols(M)
+    out = [r[:] for r in c]
+    for t in range(len(M[0])):
+        ss = sum(r[t] ** 2 for r in c)
+        for r in out:
+            r[t] /= math.sqrt(ss) if ss > 0 else 1.0
+    return out
+
+
+def small_congruences():
+    B = [[1.5, 10], [2.5, 30], [4.0, 20], [3.0, 40]]
+    W = [[2, 1, 0, 1], [0, 3, 1, 0], [1, 0, 2, 2]]
+    T = normalise_cols(cwm(unit_rows(W), B, [1] * 4, [1, 1]))
+    print('Procrustes r(TE), E = 0.5 1.7 3.2: %.6g' % procrustes_one_column([0.5, 1.7, 3.2], T))
+    print('RV r(TE), binary E: %.6g' % rv(corr_adj([[1, 0], [0, 1], [1, 1]]), T))
+
+
+if __name__ == '__main__' and len(sys.argv) > 1 and sys.argv[1] == 'congruences':
+    small_congruences()
