@@ -19,6 +19,8 @@
 #include "scaling/scalingUp.h"
 #include "shell/shell.h"
 
+bool permTestPlainLoops = false;
+
 // Digits of the numbers in the intermediate file.
 #define PERM_DETAIL_DIGITS 6
 
@@ -57,6 +59,19 @@ struct PermWork {
   double** DR;
   double** DRp;
   double** printWork;  // [max(n, nOTUs)]^2 transpose for printing
+  // Occurrences: the products and Rao entropies of a community only need
+  // the OTUs with an abundance other than 0, since a zero abundance adds an
+  // exact 0 to every sum. Each community's call then runs over those alone.
+  bool compactT;       // T from the occurrences (B finite, W finite)
+  bool compactXP;      // X and P from the occurrences (U, Q finite, no -999)
+  bool compactR;       // Rao entropies from the occurrences (finite d)
+  int* occStart;       // [n + 1] start of each community in occOTU
+  int* occOTU;         // zero-based OTU of each occurrence
+  double* occW;        // its abundance
+  int* occWeight;      // its weight_OTUs
+  double** rowsSub;    // [nOTUs] rows of the permuted matrix for one community
+  double** Ssub;       // [maxOcc]^2 permuted resemblance among one community's OTUs
+  int maxOcc;          // most occurrences in a community
   double stat[N_PERMTEST_STATS];   // statistics of the present arrangement
   double count[N_PERMTEST_STATS];  // running counts, the observed one included
   double rXT, rXR, rTR;            // helpers of the partial statistics
@@ -66,11 +81,17 @@ struct PermWork {
 // ---------------------------------------------------------------------------
 // Statistics
 
-// c(A, B) of the data matrices: Procrustes for opt_ro 2, RV for 3.
-static double Coef(const PermWork* w, double** a, int colsA, double** b, int colsB) {
-  if (w->in->opt_ro == 2) return ProcrustesCoeff(w->n, colsA, colsB, a, b);
-  if (w->in->opt_ro == 3) return RVcoeff(w->n, colsA, colsB, a, b);
+// c(A, B) of two data matrices with `rows` rows: Procrustes for opt_ro 2,
+// RV for 3.
+static double CoefRows(const PermWork* w, int rows, double** a, int colsA, double** b, int colsB) {
+  if (w->in->opt_ro == 2) return ProcrustesCoeff(rows, colsA, colsB, a, b);
+  if (w->in->opt_ro == 3) return RVcoeff(rows, colsA, colsB, a, b);
   return 0.0;
+}
+
+// c(A, B) of two matrices of communities.
+static double Coef(const PermWork* w, double** a, int colsA, double** b, int colsB) {
+  return CoefRows(w, w->n, a, colsA, b, colsB);
 }
 
 static double Rho(const PermWork* w, double** a, double** b) { return RhoResemblance(w->n, a, b); }
@@ -536,6 +557,119 @@ static void FreeWork(PermWork* w) {
 }
 
 // ---------------------------------------------------------------------------
+// Occurrences
+
+static bool AbundancesUsable(int rows, int cols, double** W) {
+  for (int i = 0; i < rows; i++)
+    for (int j = 0; j < cols; j++) {
+      double x = W[i][j];
+      if (x != -999.0 && !(std::isfinite(x) && x >= 0.0)) return false;
+    }
+  return true;
+}
+
+// Finite values (and, with missingAllowed, -999): a zero factor then gives 0.
+static bool FiniteMatrix(int rows, int cols, double** m, bool missingAllowed) {
+  for (int i = 0; i < rows; i++)
+    for (int j = 0; j < cols; j++) {
+      double x = m[i][j];
+      if (x == -999.0 ? !missingAllowed : !std::isfinite(x)) return false;
+    }
+  return true;
+}
+
+// Every entry gives a finite Rao distance (or is -999, which is skipped).
+static bool RaoDistancesFinite(int n, double** S, bool isDissimilarity, bool sqrtDissim) {
+  for (int i = 0; i < n; i++)
+    for (int j = 0; j < n; j++) {
+      double x = S[i][j];
+      if (x == -999.0) continue;
+      if (!std::isfinite(x)) return false;
+      if (sqrtDissim && (isDissimilarity ? !(x >= 0.0) : !(1.0 - x >= 0.0))) return false;
+    }
+  return true;
+}
+
+// Lists the occurrences of every community and decides which sums may skip
+// the zero abundances; Sb and Sf are read after the observed entropies have
+// made them symmetric.
+static void SetupOccurrences(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int n = w->n, nO = in->nOTUs;
+  if (!w->taxa || permTestPlainLoops || !AbundancesUsable(n, nO, in->W)) return;
+  w->compactT = FiniteMatrix(nO, in->nTraits, in->B, true);
+  w->compactXP = FiniteMatrix(nO, in->nTypes, in->U, false) &&
+                 (!w->phyl || FiniteMatrix(nO, in->nTaxa, in->Q, false));
+  w->compactR = RaoDistancesFinite(nO, in->Sb, false, in->sqrtDissimTraits) &&
+                (!w->phyl || RaoDistancesFinite(nO, in->Sf, in->phylogenyIsDissimilarity, in->sqrtDissimPhyl));
+  if (!w->compactT && !w->compactXP && !w->compactR) return;
+  int total = 0;
+  for (int c = 0; c < n; c++)
+    for (int i = 0; i < nO; i++)
+      if (in->W[c][i] != 0.0) total++;
+  w->occStart = dim1Dint(n + 1);
+  w->occOTU = dim1Dint(total > 0 ? total : 1);
+  w->occW = dim1Double(total > 0 ? total : 1);
+  w->occWeight = dim1Dint(total > 0 ? total : 1);
+  int k = 0;
+  for (int c = 0; c < n; c++) {
+    w->occStart[c] = k;
+    for (int i = 0; i < nO; i++)
+      if (in->W[c][i] != 0.0) {
+        w->occOTU[k] = i;
+        w->occW[k] = in->W[c][i];
+        w->occWeight[k] = in->weightOTUs ? in->weightOTUs[i] : 1;
+        k++;
+      }
+    if (k - w->occStart[c] > w->maxOcc) w->maxOcc = k - w->occStart[c];
+  }
+  w->occStart[n] = k;
+  w->rowsSub = PointerRows(nO);
+  if (w->compactR) w->Ssub = dim2Double(w->maxOcc > 0 ? w->maxOcc : 1, w->maxOcc > 0 ? w->maxOcc : 1);
+}
+
+static void FreeOccurrences(PermWork* w) {
+  if (!w->occStart) return;
+  free1D(w->occStart);
+  free1D(w->occOTU);
+  free1D(w->occW);
+  free1D(w->occWeight);
+  free1D(w->rowsSub);
+  if (w->Ssub) free2D(w->Ssub, w->maxOcc > 0 ? w->maxOcc : 1);
+}
+
+// out[c] = W[c] times the permuted rows of `from`, over the occurrences of c.
+static void OccurrenceProducts(PermWork* w, double** from, int cols, double** out, int* mask) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  for (int c = 0; c < w->n; c++) {
+    int s = w->occStart[c], m = w->occStart[c + 1] - s;
+    for (int x = 0; x < m; x++) w->rowsSub[x] = from[w->list[w->occOTU[s + x]] - 1];
+    double* abundances = w->occW + s;
+    int* weights = in->weightOTUs ? w->occWeight + s : NULL;
+    if (mask)
+      MatrixProdSelectMV_Weight(1, m, m, cols, &abundances, w->rowsSub, &out[c], mask, weights);
+    else
+      MatrixProdMV_Weight(1, m, m, cols, &abundances, w->rowsSub, &out[c], weights);
+  }
+}
+
+// Rao entropy of every community on the permuted S, over its occurrences.
+static void OccurrenceRao(PermWork* w, double** S, bool isDissimilarity, bool sqrtDissim, double** out) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  const int* list = w->list;
+  for (int c = 0; c < w->n; c++) {
+    int s = w->occStart[c], m = w->occStart[c + 1] - s;
+    for (int x = 0; x < m; x++) {
+      const double* row = S[list[w->occOTU[s + x]] - 1];
+      double* to = w->Ssub[x];
+      for (int y = x; y < m; y++) to[y] = row[list[w->occOTU[s + y]] - 1];
+    }
+    int* weights = in->weightOTUs ? w->occWeight + s : NULL;
+    out[c][0] = RaoIndex_Weight(m, w->occW + s, w->Ssub, isDissimilarity, sqrtDissim, weights, in->restrictRao);
+  }
+}
+
+// ---------------------------------------------------------------------------
 // The two phases
 
 static void ObservedPhase(PermWork* w) {
@@ -559,7 +693,7 @@ static void ObservedPhase(PermWork* w) {
       w->stat[PT_roBF] = MatrixCorr(nO, in->Sb, in->Sf);
       if (in->phylogenyIsDissimilarity) w->stat[PT_roBF] = -w->stat[PT_roBF];
     } else {
-      w->stat[PT_roBF] = Coef(w, w->Bnorm, in->nTraits, in->pcoaScores, in->nPCoAAxes);
+      w->stat[PT_roBF] = CoefRows(w, nO, w->Bnorm, in->nTraits, in->pcoaScores, in->nPCoAAxes);
     }
   }
   StatsXP(w);
@@ -590,6 +724,15 @@ static void NewList(PermWork* w) {
     RndListSpecified(in->nOTUs, w->list);
 }
 
+// m[a][b] = from[list[a]-1][list[b]-1], both triangles.
+static void PermuteSquare(int n, const int* list, double** from, double** m) {
+  for (int a = 0; a < n; a++) {
+    const double* row = from[list[a] - 1];
+    double* to = m[a];
+    for (int b = 0; b < n; b++) to[b] = row[list[b] - 1];
+  }
+}
+
 static void RandomT(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   int n = w->n, nO = in->nOTUs;
@@ -597,7 +740,10 @@ static void RandomT(PermWork* w) {
     for (int k = 0; k < nO; k++) w->Brnd[k] = in->B[w->list[k] - 1];
     // The random T is not normalised although the observed one is: intended,
     // the probabilities depend on it.
-    MatrixProdSelectMV_Weight(n, nO, nO, in->nTraits, in->W, w->Brnd, w->T, in->traitMask, in->weightOTUs);
+    if (w->compactT)
+      OccurrenceProducts(w, in->B, in->nTraits, w->T, in->traitMask);
+    else
+      MatrixProdSelectMV_Weight(n, nO, nO, in->nTraits, in->W, w->Brnd, w->T, in->traitMask, in->weightOTUs);
   } else {
     for (int k = 0; k < n; k++) memcpy(w->T[k], w->Tobs[w->list[k] - 1], sizeof(double) * in->nTraits);
   }
@@ -608,10 +754,16 @@ static void RandomXP(PermWork* w) {
   int n = w->n, nO = in->nOTUs;
   if (w->taxa) {
     for (int k = 0; k < nO; k++) w->Urnd[k] = in->U[w->list[k] - 1];
-    MatrixProdMV_Weight(n, nO, nO, in->nTypes, in->W, w->Urnd, w->X, in->weightOTUs);
+    if (w->compactXP)
+      OccurrenceProducts(w, in->U, in->nTypes, w->X, NULL);
+    else
+      MatrixProdMV_Weight(n, nO, nO, in->nTypes, in->W, w->Urnd, w->X, in->weightOTUs);
     if (w->phyl) {
       for (int k = 0; k < nO; k++) w->Qrnd[k] = in->Q[w->list[k] - 1];
-      MatrixProdMV_Weight(n, nO, nO, in->nTaxa, in->W, w->Qrnd, w->P, in->weightOTUs);
+      if (w->compactXP)
+        OccurrenceProducts(w, in->Q, in->nTaxa, w->P, NULL);
+      else
+        MatrixProdMV_Weight(n, nO, nO, in->nTaxa, in->W, w->Qrnd, w->P, in->weightOTUs);
     }
   } else {
     for (int k = 0; k < n; k++) memcpy(w->X[k], w->Xobs[w->list[k] - 1], sizeof(double) * in->nTypes);
@@ -634,26 +786,24 @@ static void RandomR(PermWork* w) {
     return;
   }
   const int* list = w->list;
-  for (int a = 0; a < nO; a++) {
-    double* from = in->Sb[list[a] - 1];
-    double* to = w->Srnd[a];
-    for (int b = 0; b < nO; b++) to[b] = from[list[b] - 1];
-  }
+  bool detail = in->saveDetail && in->detailFile;
+  if (!w->compactR || detail) PermuteSquare(nO, list, in->Sb, w->Srnd);
   if (w->phyl) {
-    for (int a = 0; a < nO; a++) {
-      double* from = in->Sf[list[a] - 1];
-      double* to = w->Sfrnd[a];
-      for (int b = 0; b < nO; b++) to[b] = from[list[b] - 1];
-    }
+    PermuteSquare(nO, list, in->Sf, w->Sfrnd);
     if (w->mantel) {
       // No sign change here, unlike the observed value; intended.
       w->stat[PT_roBF] = MatrixCorr(nO, in->Sb, w->Sfrnd);
     } else {
       for (int a = 0; a < nO; a++) w->scoresRnd[a] = in->pcoaScores[list[a] - 1];
-      w->stat[PT_roBF] = Coef(w, w->Bnorm, in->nTraits, w->scoresRnd, in->nPCoAAxes);
+      w->stat[PT_roBF] = CoefRows(w, nO, w->Bnorm, in->nTraits, w->scoresRnd, in->nPCoAAxes);
     }
   }
-  RaoAll(w, w->Srnd, w->Sfrnd);
+  if (!w->compactR) {
+    RaoAll(w, w->Srnd, w->Sfrnd);
+    return;
+  }
+  OccurrenceRao(w, in->Sb, false, in->sqrtDissimTraits, w->R);
+  if (w->phyl) OccurrenceRao(w, in->Sf, in->phylogenyIsDissimilarity, in->sqrtDissimPhyl, w->Rp);
 }
 
 static void PermutationPhase(PermWork* w) {
@@ -708,12 +858,14 @@ bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input)
   AllocWork(&w, input);
   for (int k = 0; k < N_PERMTEST_STATS; k++) w.count[k] = 1.0;
   ObservedPhase(&w);
+  SetupOccurrences(&w);
   PermutationPhase(&w);
   for (int k = 0; k < N_PERMTEST_STATS; k++) {
     input->statistics[k] = w.stat[k];
     // niter 0 gives a positive infinity here: the division is meant.
     input->probabilities[k] = w.count[k] / input->niter;
   }
+  FreeOccurrences(&w);
   FreeWork(&w);
   return true;
 }

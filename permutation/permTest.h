@@ -5,6 +5,10 @@
 
 #include <cstdio>
 
+extern bool permTestPlainLoops; // true: every iteration runs the products and
+                                // entropies over all OTUs (checks of the
+                                // faster path, which skips zero abundances)
+
 // Number of statistics (and of probabilities) the test returns.
 #define N_PERMTEST_STATS 22
 

@@ -251,9 +251,14 @@ static void AskUnitTotals() {
   optUnitTotalAdjust2 = ReadCharIn("y n") == 'y';
 }
 
-// Steps 17 and 18: taxa are the types; no hierarchy of traits.
+// Steps 17 and 18: taxa are the types; no hierarchy of traits. The trait
+// ranking decides includePhylogeny by its criterion before it calls the
+// dialogue, and a session with a phylogeny includes it; the functional
+// analysis starts afresh, so that a ranking's choice can't bring in a
+// phylogeny that the session doesn't have.
 static void SetPhylogenyAndOrder() {
-  includePhylogeny = hasPhylogeny != 0;
+  if (optmain != kRankingPath) includePhylogeny = false;
+  if (hasPhylogeny) includePhylogeny = true;
   if (includePhylogeny) {
     free1D(partition_OTUs_Phyl);  // left by a run that failed half way
     partition_OTUs_Phyl = dim1Dint(tcst);

@@ -8,17 +8,15 @@
 #include <omp.h>
 
 #include "TarnLib/tarnlibDim.h"
+#include "session/formda.h"
 #include "session/session.h"
+#include "session/setFormda.h"
 #include "shell/analyses.h"
 #include "shell/console.h"
 #include "shell/macro.h"
 #include "shell/preferences.h"
 #include "shell/shell.h"
 #include "shell/track.h"
-
-// Loading and filling the session's data.
-void OpenFormda(int what);
-int SetFormda();
 
 // The banner's description of the program, between the version and the rule.
 static const char* const kCredits[5] = {

@@ -7,9 +7,6 @@
 #include "TarnLib/tarnlibRandom.h"
 #include "scaling/smoothing.h"
 
-// Silent progress line for builds without the shell's; the shell's overrides it.
-__attribute__((weak)) void HandleEventInfoWhere2(const char*) {}
-
 namespace {
 
 const int kRows = 3, kCols = 4;

@@ -27,7 +27,7 @@ std::string Text(F write) {
   return s;
 }
 
-struct TablesTest : testing::Test {
+struct TarnlibTablesTest : testing::Test {
   double** m = nullptr;
   float** fm = nullptr;
   int saved = 0;
@@ -52,7 +52,7 @@ struct TablesTest : testing::Test {
 
 }  // namespace
 
-TEST_F(TablesTest, WidthIsOfTheWholeMatrix) {
+TEST_F(TarnlibTablesTest, WidthIsOfTheWholeMatrix) {
   EXPECT_EQ(GetWidthMax(3, 3, m, 6), 11);  // "1.23457e+06"
   EXPECT_EQ(GetWidthMax(3, 3, m, 3), 8);   // "1.23e+06" and "-14.8"
   EXPECT_EQ(GetWidthMax(0, 3, m, 6), 0);
@@ -62,7 +62,7 @@ TEST_F(TablesTest, WidthIsOfTheWholeMatrix) {
   EXPECT_EQ(GetWidthMax(2, v, 6), 4);
 }
 
-TEST_F(TablesTest, AlignedMatrixPadsToLongestElement) {
+TEST_F(TarnlibTablesTest, AlignedMatrixPadsToLongestElement) {
   int width = 0;
   std::string s = Text([&](FILE* f) { width = PrintMatrix(f, 2, 2, m, 4, 0); });
   EXPECT_EQ(width, 6);
@@ -80,7 +80,7 @@ TEST_F(TablesTest, AlignedMatrixPadsToLongestElement) {
   EXPECT_EQ(width, 7);
 }
 
-TEST_F(TablesTest, FoldingAfterThirdFieldAtTwenty) {
+TEST_F(TarnlibTablesTest, FoldingAfterThirdFieldAtTwenty) {
   maxColsPrint = 20;
   double** w = dim2Double(1, 5);
   for (int j = 0; j < 5; j++) w[0][j] = j + 0.5;
@@ -93,7 +93,7 @@ TEST_F(TablesTest, FoldingAfterThirdFieldAtTwenty) {
   free2D(w, 1);
 }
 
-TEST_F(TablesTest, HalfAndLowerAligned) {
+TEST_F(TarnlibTablesTest, HalfAndLowerAligned) {
   std::string s = Text([&](FILE* f) { PrintHalfMatrix(f, 3, m, 1, 3); });
   // Width 8 from the whole square; two rows with skip 1.
   EXPECT_EQ(s,
@@ -110,7 +110,7 @@ TEST_F(TablesTest, HalfAndLowerAligned) {
             "  -0.25\t     42\t      7\t\n");
 }
 
-TEST_F(TablesTest, VectorsWithOrder) {
+TEST_F(TarnlibTablesTest, VectorsWithOrder) {
   double v[3] = {2.385, -7, 10.5};
   int order[3] = {3, 1, 2};
   std::string s = Text([&](FILE* f) { PrintVector(f, 3, v, 6, 0, 0, order); });
@@ -135,7 +135,7 @@ TEST_F(TablesTest, VectorsWithOrder) {
   EXPECT_EQ(s, "0.125\t3\t\n");
 }
 
-TEST_F(TablesTest, TabMatrices) {
+TEST_F(TarnlibTablesTest, TabMatrices) {
   std::string s = Text([&](FILE* f) { PrintMatrixTab(f, 2, 3, m, 3); });
   EXPECT_EQ(s, "2.38\t-14.8\t0.5\t\n1e-07\t3\t1.23e+06\t\n");
   EXPECT_EQ(Text([&](FILE* f) { PrintMatrixTab(f, 1, 2, fm, 6); }), "2.385\t-14.75\t\n");
@@ -160,7 +160,7 @@ TEST_F(TablesTest, TabMatrices) {
   EXPECT_EQ(Text([&](FILE* f) { PrintNeighborRese(f, 1, m, 6); }), "\n");
 }
 
-TEST_F(TablesTest, FlatLists) {
+TEST_F(TarnlibTablesTest, FlatLists) {
   EXPECT_EQ(Text([&](FILE* f) { PrintLowerHalfMatrix_ff(f, 3, m, 4, false); }), "1e-07\n-0.25\n42\n");
   EXPECT_EQ(Text([&](FILE* f) { PrintLowerHalfMatrix_ff(f, 2, m, 4, true); }), "2.385\n1e-07\n3\n");
   EXPECT_EQ(Text([&](FILE* f) { PrintHalfMatrix_ff(f, 3, m, 1); }), "-14.75\n0.5\n1234567.8\n");
@@ -168,7 +168,7 @@ TEST_F(TablesTest, FlatLists) {
   EXPECT_EQ(Text([&](FILE* f) { PrintHalfMatrix_row(f, 2, m + 1, 0, 1); }), "0.000316228\t1.73205\t6.48074\t");
 }
 
-TEST_F(TablesTest, RewriteInPlace) {
+TEST_F(TarnlibTablesTest, RewriteInPlace) {
   FILE* f = tmpfile();
   fprintf(f, "%-60s\n", "");
   long pos[2] = {0, 30};

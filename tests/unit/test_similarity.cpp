@@ -1,0 +1,350 @@
+// Unit tests of Gower similarities, partial similarities, fuzzy and crisp belonging and partition tools.
+#include <cmath>
+
+#include <gtest/gtest.h>
+#include <omp.h>
+
+#include "TarnLib/tarnlibDim.h"
+#include "scaling/similarity.h"
+#include "shell/preferences.h"
+
+namespace {
+
+const double MV = -999.0;
+
+double** Mat(int rows, int cols, const double* v) {
+  double** m = dim2Double(rows, cols);
+  for (int i = 0; i < rows; i++)
+    for (int j = 0; j < cols; j++) m[i][j] = v[i * cols + j];
+  return m;
+}
+
+// Symmetric matrix with unit diagonal from its strict upper triangle, row by row.
+double** SymFromUpper(int n, const double* upper) {
+  double** s = dim2Double(n, n);
+  int k = 0;
+  for (int i = 0; i < n; i++) {
+    s[i][i] = 1.0;
+    for (int j = i + 1; j < n; j++) s[i][j] = s[j][i] = upper[k++];
+  }
+  return s;
+}
+
+void ExpectSymmetricUnitDiagonal(int n, double** S, const char* what) {
+  for (int i = 0; i < n; i++) {
+    EXPECT_EQ(S[i][i], 1.0) << what << ": diagonal " << i;
+    for (int j = i + 1; j < n; j++) EXPECT_EQ(S[i][j], S[j][i]) << what << ": pair " << i << "," << j;
+  }
+}
+
+void ExpectRowsSumToOne(int n, int g, double** U, const char* what) {
+  for (int i = 0; i < n; i++) {
+    double s = 0.0;
+    for (int k = 0; k < g; k++) s += U[i][k];
+    EXPECT_NEAR(s, 1.0, 1e-12) << what << ": row " << i;
+  }
+}
+
+// Binary, nominal, quantitative (one missing) and ordinal traits of three OTUs.
+const double mixed[] = {1, 2, 2.5, 10, 0, 2, MV, 30, 0, 3, 4.1, 20};
+int mixedTypes[] = {1, 2, 3, 4};
+
+} // namespace
+
+TEST(SimilarityGower, MixedTypesAndDoubleAbsences) {
+  double** data = Mat(3, 4, mixed);
+  double** S = dim2Double(3, 3);
+  GowerMVOpt(3, 4, mixedTypes, data, S, nullptr, nullptr, 0);
+  EXPECT_NEAR(S[0][1], 1.0 / 3.0, 1e-12);
+  EXPECT_NEAR(S[0][2], 0.5 / 4.0, 1e-6) << "quantitative range stored as a float";
+  EXPECT_NEAR(S[1][2], 0.25, 1e-12) << "two zeros left out under opt 0";
+  ExpectSymmetricUnitDiagonal(3, S, "GowerMVOpt");
+  EXPECT_EQ(data[1][3], 3.0) << "the ordinal column is replaced by its ranks";
+  EXPECT_EQ(data[2][3], 2.0);
+  GowerMVOpt(3, 4, mixedTypes, data, S, nullptr, nullptr, 1);
+  EXPECT_NEAR(S[1][2], 0.5, 1e-12) << "two zeros match under opt 1";
+  float w[] = {2.5f, 1.0f, 0.5f, 1.75f};
+  GowerMVOpt(3, 4, mixedTypes, data, S, nullptr, w, 1);
+  EXPECT_NEAR(S[0][1], 1.0 / 5.25, 1e-7) << "weighted";
+  free2D(data, 3);
+  free2D(S, 3);
+}
+
+TEST(SimilarityGower, RangeStartValues) {
+  const double neg[] = {-3, -5, -4};
+  double** data = Mat(3, 1, neg);
+  double** S = dim2Double(3, 3);
+  int quant[] = {3};
+  // The running maximum starts at a tiny positive number: the range is 5, not 2.
+  GowerMVOpt(3, 1, quant, data, S, nullptr, nullptr, 0);
+  EXPECT_NEAR(S[0][1], 0.6, 1e-7);
+  GowerMV(3, 1, quant, data, S, nullptr, nullptr);
+  EXPECT_NEAR(S[0][1], 0.6, 1e-7);
+  const double flat[] = {2.385, 2.385, 2.385};
+  double** same = Mat(3, 1, flat);
+  GowerMVOpt(3, 1, quant, same, S, nullptr, nullptr, 0);
+  EXPECT_EQ(S[0][2], 1.0) << "a constant trait gives full similarity";
+  float given[] = {10.0f};
+  GowerMV(3, 1, quant, data, S, given, nullptr);
+  EXPECT_NEAR(S[0][1], 0.8, 1e-7) << "GowerMV uses a range it is given";
+  GowerMVOpt(3, 1, quant, data, S, given, nullptr, 0);
+  EXPECT_NEAR(S[0][1], 0.6, 1e-7) << "GowerMVOpt always computes its ranges";
+  free2D(data, 3);
+  free2D(same, 3);
+  free2D(S, 3);
+}
+
+TEST(SimilarityGower, PlainAndFloatMembers) {
+  float rows[2][2] = {{1.0f, 4.0f}, {0.0f, 6.0f}};
+  float* data[] = {rows[0], rows[1]};
+  float** Sf = dim2Dfloat(2, 2);
+  int types[] = {1, 3};
+  Gower(2, 2, types, data, Sf, nullptr, nullptr);
+  EXPECT_NEAR(Sf[0][1], 0.0, 1e-6) << "binary mismatch, quantitative at full range";
+  float zeros[2][1] = {{0.0f}, {0.0f}};
+  float* zd[] = {zeros[0], zeros[1]};
+  int bin[] = {1};
+  Sf[0][1] = 0.375f;
+  GowerMV(2, 1, bin, zd, Sf, nullptr, nullptr);
+  EXPECT_EQ(Sf[0][1], 0.375f) << "double absences never match: empty denominator keeps the old value";
+  EXPECT_EQ(Sf[1][0], 0.375f);
+  free2D(Sf, 2);
+
+  char row0[] = " 1 2 3", row1[] = " 1 5 3";
+  char* text[] = {row0, row1};
+  double** S = dim2Double(2, 2);
+  int nom[] = {2, 2, 2};
+  gower_similarity(2, 3, nom, text, S, nullptr, nullptr, 0);
+  EXPECT_NEAR(S[0][1], 2.0 / 3.0, 1e-12);
+  free2D(S, 2);
+}
+
+TEST(SimilarityPartial, PerTraitValuesAndMissingMarks) {
+  double** S = dim2Double(3, 3);
+  double bin[] = {0, 0, 1};
+  GowerMVPartial_dAbsences(3, 1, bin, S, 0, 2.5, 0);
+  EXPECT_EQ(S[0][1], MV) << "double absence under opt 0";
+  EXPECT_EQ(S[0][2], 0.0);
+  EXPECT_EQ(S[2][2], 2.5);
+  GowerMVPartial_dAbsences(3, 1, bin, S, 0, -1, 1);
+  EXPECT_EQ(S[0][1], 1.0) << "negative weight means 1";
+  GowerMVPartial_dAbsences(3, 1, bin, S, 0, 1, 2);
+  EXPECT_EQ(S[2][2], MV) << "opt other than 0 or 1";
+  double q[] = {1.3, MV, 2.9};
+  GowerMVPartial_dAbsences(3, 3, q, S, 0, 0.7, 0);
+  EXPECT_EQ(S[0][1], MV);
+  EXPECT_NEAR(S[0][2], 0.0, 1e-7);
+  GowerMVPartial_dAbsences(3, 3, q, S, 0, 0, 0);
+  EXPECT_EQ(S[0][2], MV) << "weight 0 says nothing";
+  GowerMVPartial_dAbsences(3, 3, q, S, 3.2, 0.7, 0);
+  EXPECT_EQ(S[0][2], (double)(float)(0.7 * 0.5)) << "given range, value through a float";
+  free2D(S, 3);
+}
+
+TEST(SimilarityPartial, CubeAverageMatchesDirectGower) {
+  // Averaging the cube over all traits with their weights gives the direct
+  // weighted Gower similarity, and the source data stay as they were.
+  countDoubleAbsence = 0;
+  double** data = Mat(3, 4, mixed);
+  double*** cube = dim3Double(3, 3, 4);
+  double ranges[] = {0, 0, 0, 0}, weights[] = {2.5, 1.0, 0.5, 1.75};
+  gower_similarityPartial(4, data, 3, cube, mixedTypes, ranges, weights);
+  EXPECT_EQ(data[1][3], 30.0) << "source untouched";
+  double** S = dim2Double(3, 3);
+  gower_similarityAverage(4, 3, cube, S, weights);
+  double** direct = dim2Double(3, 3);
+  float fw[] = {2.5f, 1.0f, 0.5f, 1.75f};
+  GowerMVOpt(3, 4, mixedTypes, data, direct, nullptr, fw, 0);
+  for (int i = 0; i < 3; i++)
+    for (int j = i; j < 3; j++) EXPECT_NEAR(S[i][j], direct[i][j], 1e-6) << "pair " << i << "," << j;
+
+  int mask[] = {0, 1, 0, 1};
+  gower_similarityAverage(4, 3, cube, S, mask);
+  // Pair (0,2): nominal 0 and ordinal 0.5 * 1.75, averaged by count.
+  EXPECT_NEAR(S[0][2], 0.875 / 2.0, 1e-6);
+
+  double zero[] = {0, 0, 0, 0};
+  gower_similarityAverage(4, 3, cube, S, zero);
+  EXPECT_EQ(S[0][1], MV) << "all weights 0";
+  EXPECT_EQ(S[1][1], 1.0);
+  int binOnly[] = {1, 0, 0, 0};
+  gower_similarityAverage(4, 3, cube, S, binOnly);
+  EXPECT_EQ(S[1][2], MV) << "only a double absence left";
+  gower_similarityAverage(0, 3, cube, S, weights);
+  EXPECT_EQ(S[0][2], MV) << "no trait";
+  free3D(cube, 3, 3);
+  free2D(data, 3);
+  free2D(S, 3);
+  free2D(direct, 3);
+}
+
+TEST(SimilarityBelonging, FuzzyBelongingByHand) {
+  const double up[] = {0.4, 0.7, 0.2};
+  double** S = SymFromUpper(3, up);
+  double** U = dim2Double(3, 2);
+  int part[] = {5, 5, 8};
+  EXPECT_TRUE(FuzzyBelonging(3, 2, S, part, U, false));
+  EXPECT_NEAR(U[0][0], 0.5, 1e-12);
+  EXPECT_NEAR(U[1][0], 0.7 / 0.9, 1e-12);
+  EXPECT_NEAR(U[2][1], 1.0 / 1.45, 1e-12);
+  ExpectRowsSumToOne(3, 2, U, "similarities");
+  // As dissimilarities, with a zero diagonal.
+  for (int i = 0; i < 3; i++) S[i][i] = 0.0;
+  FuzzyBelonging(3, 2, S, part, U, true);
+  EXPECT_NEAR(U[0][0], (1.0 / 2 + 0.6 / 2) / (0.8 + 0.3), 1e-12);
+  ExpectRowsSumToOne(3, 2, U, "dissimilarities");
+  free2D(S, 3);
+  free2D(U, 3);
+}
+
+TEST(SimilarityBelonging, IdenticalObjectsInOneGroupAndInTwo) {
+  const double up[] = {1.0, 0.6, 0.6};
+  double** S = SymFromUpper(3, up);
+  double** U = dim2Double(3, 2);
+  int oneGroup[] = {1, 1, 2};
+  FuzzyBelonging(3, 2, S, oneGroup, U, false);
+  // The pair counts once in its group's size; each still counts with itself.
+  EXPECT_NEAR(U[0][0], 0.625, 1e-12);
+  EXPECT_NEAR(U[1][0], 0.625, 1e-12);
+  EXPECT_NEAR(U[2][0], 0.375, 1e-12);
+  int twoGroups[] = {1, 2, 2};
+  FuzzyBelonging(3, 2, S, twoGroups, U, false);
+  // Not merged: group 2 has two members, 1 and 2.
+  EXPECT_NEAR(U[0][0], 1.0 / 1.8, 1e-12);
+  EXPECT_NEAR(U[1][1], 0.8 / 1.8, 1e-12);
+  double** one = dim2Double(1, 1);
+  one[0][0] = 1.0;
+  double** U1 = dim2Double(1, 1);
+  int single[] = {3};
+  FuzzyBelonging(1, 1, one, single, U1, false);
+  EXPECT_EQ(U1[0][0], 1.0) << "n = 1";
+  FuzzyBelonging(3, 3, S, nullptr, U, false);
+  ExpectRowsSumToOne(3, 3, U, "each object its own group");
+  free2D(S, 3);
+  free2D(U, 3);
+  free2D(one, 1);
+  free2D(U1, 1);
+}
+
+TEST(SimilarityBelonging, FlagsDoNotDependOnThreads) {
+  // Objects 2, 3 and 4 are identical in pairs (2,3) and (3,4), not (2,4).
+  // In index order object 2 flags 3, and 4 stays: a thread starting at row 3
+  // must not flag 4 first.
+  const int n = 6;
+  double** S = dim2Double(n, n);
+  for (int i = 0; i < n; i++)
+    for (int j = 0; j < n; j++) S[i][j] = i == j ? 1.0 : 0.5;
+  S[2][3] = 1.0;
+  S[3][4] = 1.0;
+  S[2][4] = 0.9;
+  int part[] = {1, 1, 1, 1, 1, 2};
+  double** U = dim2Double(n, 2);
+  int saved = omp_get_max_threads();
+  for (int threads = 1; threads <= 3; threads++) {
+    omp_set_num_threads(threads);
+    for (int i = 0; i < n; i++)
+      for (int j = i + 1; j < n; j++) S[j][i] = 0.0;
+    FuzzyBelonging(n, 2, S, part, U, false);
+    // Object 4: (0.5 + 0.5 + 0.9 + 1) / 4 in its group, 0.5 in the other.
+    EXPECT_NEAR(U[4][0], 0.725 / 1.225, 1e-12) << threads << " threads";
+    // Object 3 is flagged: it skips its representative 2 and counts itself.
+    EXPECT_NEAR(U[3][0], (0.5 + 0.5 + 1.0 + 1.0) / 4 / (0.75 + 0.5), 1e-12) << threads << " threads";
+    ExpectRowsSumToOne(n, 2, U, "thread test");
+  }
+  omp_set_num_threads(saved);
+  free2D(S, n);
+  free2D(U, n);
+}
+
+TEST(SimilarityBelonging, CrispAndGroupCounting) {
+  double** C = dim2Double(3, 2);
+  int part[] = {7, 3, 7};
+  EXPECT_TRUE(CrispBelonging(3, 2, part, C));
+  EXPECT_EQ(C[0][1], 1.0);
+  EXPECT_EQ(C[1][0], 1.0);
+  EXPECT_EQ(C[0][0], 0.0);
+  double** I = dim2Double(3, 3);
+  CrispBelonging(3, 3, nullptr, I);
+  for (int i = 0; i < 3; i++)
+    for (int j = 0; j < 3; j++) EXPECT_EQ(I[i][j], i == j ? 1.0 : 0.0);
+  int labels[] = {4, -1, 4, 9}, distinct[4], g;
+  CountGroupsNew(4, labels, &g, distinct);
+  ASSERT_EQ(g, 3);
+  EXPECT_EQ(distinct[0], -1);
+  EXPECT_EQ(distinct[2], 9);
+  CountGroupsNew(4, labels, &g, nullptr);
+  EXPECT_EQ(g, 3);
+  free2D(C, 3);
+  free2D(I, 3);
+}
+
+TEST(SimilarityPartitions, IdenticalsTrimmingAndAverages) {
+  const double up[] = {0.3, 1.0, 0.2, 0.4, 0.6, 1.0};
+  double** S = SymFromUpper(4, up);
+  int labels[4], g;
+  ClusterIdenticals(4, S, labels, &g, false);
+  ASSERT_EQ(g, 2);
+  const int want[] = {1, 2, 1, 1};
+  for (int i = 0; i < 4; i++) EXPECT_EQ(labels[i], want[i]) << "object " << i;
+  S[0][2] = 1.0 - 1e-12;
+  ClusterIdenticals(4, S, labels, &g, false);
+  EXPECT_EQ(g, 3) << "equality is exact";
+  double** D = SymFromUpper(4, up);
+  for (int i = 0; i < 4; i++) D[i][i] = 0.0;
+  D[1][3] = 0.0;
+  ClusterIdenticals(4, D, labels, &g, true);
+  EXPECT_EQ(labels[3], 2) << "dissimilarity 0 joins objects 2 and 4";
+
+  int part[] = {1, 2, 1, 3};
+  double** T = dim2Double(3, 3);
+  TrimRese(4, 3, part, S, T);
+  EXPECT_EQ(T[0][1], 0.3);
+  EXPECT_EQ(T[0][2], 0.2);
+  EXPECT_EQ(T[1][2], 0.6);
+  EXPECT_EQ(T[1][0], 0.0) << "upper triangle only";
+
+  const double three[] = {0.2, 0.5, 0.8};
+  double** A = SymFromUpper(3, three);
+  EXPECT_NEAR(AverageResemblance(3, A), 0.5, 1e-12);
+  EXPECT_TRUE(std::isnan(AverageResemblance(1, A)));
+  free2D(S, 4);
+  free2D(D, 4);
+  free2D(T, 3);
+  free2D(A, 3);
+}
+
+TEST(SimilarityPartitions, NearestNeighbourDistanceBetweenGroups) {
+  const double up[] = {0.3, 0.9, 0.4, 0.7, 0.8, 0.2};
+  double** D = SymFromUpper(4, up);
+  int group[] = {1, 1, 2, 2}, all[] = {1, 1, 1, 1}, some[] = {1, 1, 1, 0};
+  EXPECT_NEAR(NearNeighDist(4, D, group, all), 2.2 / 4, 1e-12);
+  EXPECT_NEAR(NearNeighDist(4, D, group, some), 2.3 / 3, 1e-12);
+  int oneGroup[] = {1, 1, 1, 1};
+  EXPECT_TRUE(std::isnan(NearNeighDist(4, D, oneGroup, all)));
+  free2D(D, 4);
+}
+
+TEST(SimilarityOther, LegendreChodorowskiAndCleanup) {
+  const double v[] = {3, 0.5, 1.5, 2, 4, 1.5};
+  double** data = Mat(2, 3, v);
+  double** S = dim2Double(2, 2);
+  LegendreChodorowski(2, 2, data, S, nullptr, 2.0);
+  EXPECT_NEAR(S[0][1], 0.25, 1e-7);
+  // The third variable is identical, but a weight of 0 stops the loop before it.
+  double w[] = {1, 0, 1};
+  LegendreChodorowski(2, 3, data, S, w, 2.0);
+  EXPECT_NEAR(S[0][1], 0.5, 1e-7);
+  float k[] = {2.0f, 5.0f};
+  LegendreChodorowski(2, 2, data, S, nullptr, k);
+  EXPECT_NEAR(S[1][0], (0.5 + 5.0 / 29.5) / 2.0, 1e-7) << "parameter per variable";
+  EXPECT_EQ(S[1][1], 1.0);
+
+  double** C = Mat(2, 2, v);
+  Cleanup(2, C);
+  EXPECT_EQ(C[0][0], 1.0);
+  EXPECT_EQ(C[1][0], 0.0);
+  EXPECT_EQ(C[0][1], 0.5) << "upper triangle kept";
+  free2D(data, 2);
+  free2D(S, 2);
+  free2D(C, 2);
+}
