@@ -163,3 +163,124 @@ if __name__ == '__main__':
         session(B, W, E, [1, 1, 2, 2], [0, 1], [1, 1, 0, 1], restrict=True)
     elif which == 'two':
         session(B, W[:2], E[:2], [1, 1, 2, 2], [1, 1], [1, 1, 1, 1])
+
+
+def read_numbers(path, rows, cols):
+    words = open(path).read().split()
+    vals = [float(w) for w in words[:rows * cols]]
+    return [vals[r * cols:(r + 1) * cols] for r in range(rows)]
+
+
+def avg_ranks(x):
+    order = sorted(range(len(x)), key=lambda i: x[i])
+    ranks = [0.0] * len(x)
+    k = 0
+    while k < len(order):
+        m = k
+        while m + 1 < len(order) and x[order[m + 1]] == x[order[k]]:
+            m += 1
+        for q in range(k, m + 1):
+            ranks[order[q]] = (k + m) / 2.0 + 1
+        k = m + 1
+    return ranks
+
+
+def gower_mixed(M, types):
+    """Gower similarity: 3 quantitative, 2 nominal, 4 ordinal (on average ranks)."""
+    n, p = len(M), len(M[0])
+    cols = []
+    for t in range(p):
+        col = [r[t] for r in M]
+        cols.append(avg_ranks(col) if types[t] == 4 else col)
+    rng = [max(c) - min(c) for c in cols]
+    S = [[1.0] * n for _ in range(n)]
+    for i in range(n):
+        for j in range(i + 1, n):
+            num = 0.0
+            for t in range(p):
+                a, b = cols[t][i], cols[t][j]
+                if types[t] == 2:
+                    num += 1.0 if a == b else 0.0
+                else:
+                    num += 1 - abs(a - b) / rng[t] if rng[t] > 0 else 1.0
+            S[i][j] = S[j][i] = num / p
+    return S
+
+
+def aravo(folder):
+    B = read_numbers(folder + '/traits.txt', 82, 8)
+    W = read_numbers(folder + '/community.txt', 75, 82)
+    E = read_numbers(folder + '/env.txt', 75, 6)
+    part = [int(w) for w in open(folder + '/groups.txt').read().split()]
+    ones = [1] * 82
+    T = normalise_cols(cwm(unit_rows(W), B, ones, [1] * 8))
+    SE = gower_mixed(E, [3, 3, 2, 3, 4, 3])
+    DE = [[1 - s for s in row] for row in SE]
+    DT = euclid(T)
+    print('r(TE) = %.6g' % rho(DE, DT))
+    S = gower(B, [1] * 8)
+    assert all(S[i][j] < 1 for i in range(82) for j in range(82) if i != j)
+    U = fuzzy_belonging(S, part)
+    X = prod(W, U)
+    print('r(XE) = %.6g' % rho(DE, euclid(X)))
+    R = [rao(r, S, True) for r in W]
+    DR = [[abs(a - b) for b in R] for a in R]
+    print('r(RE) = %.6g' % rho(DE, DR))
+    print('Rf[0:3] = ' + '\t'.join('%.6g' % x for x in R[:3]))
+    print('D[0:3] = ' + '\t'.join('%.6g' % rao(r, [[1.0 if i == j else 0.0 for j in range(82)] for i in range(82)], True) for r in W[:3]))
+
+
+if __name__ == '__main__' and len(sys.argv) > 2 and sys.argv[1] == 'aravo':
+    aravo(sys.argv[2])
+
+
+def centre_cols(M):
+    n, p = len(M), len(M[0])
+    means = [sum(r[t] for r in M) / n for t in range(p)]
+    return [[r[t] - means[t] for t in range(p)] for r in M]
+
+
+def rv(A, B):
+    a, b = centre_cols(A), centre_cols(B)
+    S, T = prod(a, transpose(a)), prod(b, transpose(b))
+    dot = lambda P, Q: sum(P[i][j] * Q[i][j] for i in range(len(P)) for j in range(len(P)))
+    return dot(S, T) / math.sqrt(dot(S, S) * dot(T, T))
+
+
+def transpose(M):
+    return [list(c) for c in zip(*M)]
+
+
+def procrustes_one_column(x, Y):
+    """Procrustes correlation of a one-column matrix x with Y: both centred and
+    scaled to unit total variance; the only singular value of x'Y/(n-1)."""
+    n = len(x)
+    xc = [v - sum(x) / n for v in x]
+    vx = sum(v * v for v in xc) / (n - 1)
+    yc = centre_cols(Y)
+    vy = sum(v * v for r in yc for v in r) / (n - 1)
+    row = [sum(xc[i] * yc[i][t] for i in range(n)) / math.sqrt(vx * vy) / (n - 1)
+           for t in range(len(Y[0]))]
+    return math.sqrt(sum(v * v for v in row))
+
+
+def corr_adj(M):
+    c = centre_cols(M)
+    out = [r[:] for r in c]
+    for t in range(len(M[0])):
+        ss = sum(r[t] ** 2 for r in c)
+        for r in out:
+            r[t] /= math.sqrt(ss) if ss > 0 else 1.0
+    return out
+
+
+def small_congruences():
+    B = [[1.5, 10], [2.5, 30], [4.0, 20], [3.0, 40]]
+    W = [[2, 1, 0, 1], [0, 3, 1, 0], [1, 0, 2, 2]]
+    T = normalise_cols(cwm(unit_rows(W), B, [1] * 4, [1, 1]))
+    print('Procrustes r(TE), E = 0.5 1.7 3.2: %.6g' % procrustes_one_column([0.5, 1.7, 3.2], T))
+    print('RV r(TE), binary E: %.6g' % rv(corr_adj([[1, 0], [0, 1], [1, 1]]), T))
+
+
+if __name__ == '__main__' and len(sys.argv) > 1 and sys.argv[1] == 'congruences':
+    small_congruences()

@@ -69,7 +69,9 @@ void SetSmallSession(int communities) {
   nGrPoly[0] = 2;
   hasPhylogeny = 0;
   strcpy(sessionName, "unitScaling");
-  strcpy(whichPrinda, "unitScalingPrinda.txt");
+  // One report per test: ctest may run the tests of this file side by side.
+  snprintf(whichPrinda, sizeof whichPrinda, "scal%.30sPrinda.txt",
+           ::testing::UnitTest::GetInstance()->current_test_info()->name());
   strcpy(whichFormda, "unitScalingFormda.txt");
   strcpy(dataName, "hand made");
   volumeName[0] = '\0';
@@ -96,6 +98,7 @@ void SetSmallSession(int communities) {
 }
 
 void FreeSmallSession() {
+  remove(whichPrinda);
   free2D(csm_Float, tcst);
   free2D(cadat, tcst);
   free2D(env, ncsm);
