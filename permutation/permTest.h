@@ -9,6 +9,10 @@ extern bool permTestPlainLoops; // true: every iteration runs the products and
                                 // entropies over all OTUs (checks of the
                                 // faster path, which skips zero abundances)
 
+extern double permTestSmallWork; // half communities squared times columns below
+                                 // which the test runs its inner parallel
+                                 // loops on one thread (same results)
+
 // Number of statistics (and of probabilities) the test returns.
 #define N_PERMTEST_STATS 22
 

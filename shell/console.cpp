@@ -57,27 +57,27 @@ static void EchoNumber(const char* format, double v) {
   const char* conv = p;  // the conversion proper, after any length modifier
   while (*conv != '\0' && strchr("hlLqjzt", *conv) != nullptr) conv++;
   const char* rest = *conv != '\0' ? conv + 1 : conv;
-  char spec[64];
+  char conversion[64];
   int head = (int)(p - pct);
   if (head > 40) head = 40;
   fwrite(format, 1, (size_t)(pct - format), outm);
   switch (letter) {
     case 'd':
-      snprintf(spec, sizeof spec, "%.*sd", head, pct);
-      fprintf(outm, spec, (int)CutToRange(v, INT_MIN, INT_MAX));
+      snprintf(conversion, sizeof conversion, "%.*sd", head, pct);
+      fprintf(outm, conversion, (int)CutToRange(v, INT_MIN, INT_MAX));
       break;
     case 'u':
-      snprintf(spec, sizeof spec, "%.*sllu", head, pct);
-      fprintf(outm, spec, (unsigned long long)CutToRange(v, 0.0, 9.2e18));
+      snprintf(conversion, sizeof conversion, "%.*sllu", head, pct);
+      fprintf(outm, conversion, (unsigned long long)CutToRange(v, 0.0, 9.2e18));
       break;
     case 'f':
-      snprintf(spec, sizeof spec, "%.*sf", head, pct);
-      fprintf(outm, spec, (double)(float)v);
+      snprintf(conversion, sizeof conversion, "%.*sf", head, pct);
+      fprintf(outm, conversion, (double)(float)v);
       break;
     default: {  // 'g', 'l' and anything else: the double as it stands
       char c = strchr("feEgGaA", *conv) != nullptr ? *conv : 'g';
-      snprintf(spec, sizeof spec, "%.*s%c", head, pct, c);
-      fprintf(outm, spec, v);
+      snprintf(conversion, sizeof conversion, "%.*s%c", head, pct, c);
+      fprintf(outm, conversion, v);
     }
   }
   fputs(rest, outm);

@@ -1,0 +1,296 @@
+// Unit tests of the scaling-up run and its report on small sessions set up in memory;
+// expected values come from tests/scaling/reference.py.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "TarnLib/tarnlibDim.h"
+#include "scaling/report.h"
+#include "scaling/scalingUp.h"
+#include "scaling/settings.h"
+#include "session/session.h"
+#include "shell/preferences.h"
+#include "shell/shell.h"
+#include "shell/track.h"
+
+namespace {
+
+const double kB[4][2] = {{1.5, 10}, {2.5, 30}, {4.0, 20}, {3.0, 40}};
+const double kW[3][4] = {{2, 1, 0, 1}, {0, 3, 1, 0}, {1, 0, 2, 2}};  // communities x OTUs
+const double kE[3] = {0.5, 1.7, 3.2};
+
+// A session of 4 OTUs, 2 quantitative traits, `communities` communities and one
+// quantitative variable, types {1, 1, 2, 2}, crisp, Mantel, Euclidean distance.
+void SetSmallSession(int communities) {
+  nch = 2;
+  tcst = 4;
+  ncsm = communities;
+  nenv = 1;
+  nSpp = 0;
+  csm_Float = dim2Double(tcst, nch);
+  cadat = dim2Double(tcst, ncsm);
+  env = dim2Double(ncsm, nenv);
+  chLabel = dim2Dchar(nch, 11);
+  reLabel = dim2Dchar(ncsm, 11);
+  envLabel = dim2Dchar(nenv, 11);
+  chtype = dim1Dint(nch);
+  chrange = dim1Double(nch);
+  onsta = dim1Dint(nch);
+  envVarType = dim1Dint(nenv);
+  nGrPoly = dim1Dint(nch);
+  weight = dim1Double(nch);
+  weight_OTUs = dim1Dint(tcst);
+  partition_OTUs = dim1Dint(tcst);
+  for (int i = 0; i < tcst; i++) {
+    for (int t = 0; t < nch; t++) csm_Float[i][t] = kB[i][t];
+    for (int c = 0; c < ncsm; c++) cadat[i][c] = kW[c][i];
+    weight_OTUs[i] = 1;
+    partition_OTUs[i] = i < 2 ? 1 : 2;
+  }
+  for (int t = 0; t < nch; t++) {
+    chtype[t] = 3;
+    onsta[t] = 4;
+    weight[t] = 1.0;
+    snprintf(chLabel[t], 11, "t%d", t + 1);
+  }
+  for (int c = 0; c < ncsm; c++) {
+    env[c][0] = kE[c];
+    snprintf(reLabel[c], 11, "c%d", c + 1);
+  }
+  strcpy(envLabel[0], "alt");
+  envVarType[0] = 3;
+  optEnvVarType = 1;
+  temEnvQual = 0;
+  nGrPoly[0] = 2;
+  hasPhylogeny = 0;
+  strcpy(sessionName, "unitScaling");
+  // One report per test: ctest may run the tests of this file side by side.
+  snprintf(whichPrinda, sizeof whichPrinda, "scal%.30sPrinda.txt",
+           ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  strcpy(whichFormda, "unitScalingFormda.txt");
+  strcpy(dataName, "hand made");
+  volumeName[0] = '\0';
+  strcpy(prindaMode, "w");
+  traitBasedOpt = 1;
+  poolCSTopt = 2;
+  clusMethPoolCSTs = 0;
+  reseCSTopt = 1;
+  OTUsTypesAreSpecies = false;
+  fuzzy = 0;
+  optRndTests = false;
+  opt_ro = 1;
+  rese_opt = 6;
+  restrictRaoWithinOpt = false;
+  optUnitTotalAdjust2 = false;
+  optCoVariable = false;
+  includePhylogeny = false;
+  printDetail = 1;
+  sDigits = 6;
+  countDoubleAbsence = 1;
+  sqrtDissimOpt_RaoTraits = 1;
+  sqrtDissimOpt_RaoPhyl = 0;
+  BealsIncludeOpt = 1;
+}
+
+void FreeSmallSession() {
+  remove(whichPrinda);
+  free2D(csm_Float, tcst);
+  free2D(cadat, tcst);
+  free2D(env, ncsm);
+  free2D(chLabel, nch);
+  free2D(reLabel, ncsm);
+  free2D(envLabel, nenv);
+  free1D(chtype);
+  free1D(chrange);
+  free1D(onsta);
+  free1D(envVarType);
+  free1D(nGrPoly);
+  free1D(weight);
+  free1D(weight_OTUs);
+  free1D(partition_OTUs);
+}
+
+std::string RunReport() {
+  remove(whichPrinda);
+  PFTs_ScalingUp();
+  std::string text;
+  FILE* f = fopen(whichPrinda, "r");
+  if (f == nullptr) return text;
+  char buffer[4096];
+  size_t n;
+  while ((n = fread(buffer, 1, sizeof buffer, f)) > 0) text.append(buffer, n);
+  fclose(f);
+  return text;
+}
+
+// The numbers of the `count` lines after the line that holds `heading`.
+std::vector<double> NumbersAfter(const std::string& text, const std::string& heading, int count) {
+  std::vector<double> values;
+  size_t at = text.find(heading);
+  if (at == std::string::npos) return values;
+  at = text.find('\n', at + heading.size() - (heading.back() == '\n' ? 1 : 0));
+  for (int line = 0; line < count && at != std::string::npos; line++) {
+    size_t end = text.find('\n', at + 1);
+    std::string row = text.substr(at + 1, end == std::string::npos ? std::string::npos : end - at - 1);
+    const char* p = row.c_str();
+    char* q;
+    for (;;) {
+      double v = strtod(p, &q);
+      if (q == p) break;
+      values.push_back(v);
+      p = q;
+    }
+    at = end;
+  }
+  return values;
+}
+
+double ValueAfter(const std::string& text, const std::string& label) {
+  size_t at = text.find(label);
+  if (at == std::string::npos) return -12345.0;
+  return strtod(text.c_str() + at + label.size(), nullptr);
+}
+
+void ExpectNear(const std::vector<double>& got, const std::vector<double>& want, const char* what) {
+  ASSERT_EQ(got.size(), want.size()) << what << ": number of values";
+  for (size_t i = 0; i < want.size(); i++)
+    EXPECT_NEAR(got[i], want[i], 2e-5 * (1 + fabs(want[i]))) << what << " value " << i;
+}
+
+const char* kDTHead = "Resemblance matrix (DT) between communities based on selected traits:\n";
+const char* kRTE = "Convergence (TCAP): r(TE)=\t";
+
+}  // namespace
+
+TEST(ScalingUpRun, CrispTypesOnThreeCommunities) {
+  SetSmallSession(3);
+  std::string r = RunReport();
+  ExpectNear(NumbersAfter(r, "trait averages at community level (3 communities x 2 traits):", 3),
+             {2.125, 22.5, 2.875, 27.5, 3.1, 26}, "T");
+  ExpectNear(NumbersAfter(r, "adjusted to unit length):", 3),
+             {0.449076, 0.511034, 0.607573, 0.624597, 0.655123, 0.590528}, "normalised T");
+  ExpectNear(NumbersAfter(r, kDTHead, 3), {0, 0.194982, 0, 0.22085, 0.0584946, 0}, "DT");
+  ExpectNear(NumbersAfter(r, "based on ecological variables:\n", 3), {0, 1.2, 0, 2.7, 1.5, 0}, "DE");
+  EXPECT_NEAR(ValueAfter(r, kRTE), 0.463809, 1e-5);
+  EXPECT_EQ(ValueAfter(r, "r(XE)=\t"), 0.0) << "only the test computes r(XE)";
+  ExpectNear(NumbersAfter(r, "with null, crisp, similarities):", 1), {0.625, 0.375, 0.64}, "D");
+  ExpectNear(NumbersAfter(r, "between OTUs (Rf):", 1), {0.470731, 0.256174, 0.507443}, "Rf");
+  ExpectNear(NumbersAfter(r, "(FR = D-Rf):", 1), {0.625 - 0.470731, 0.375 - 0.256174, 0.64 - 0.507443},
+             "FR");
+  ExpectNear(NumbersAfter(r, "\nNumber of OTUs in each type:\n", 1), {2, 2}, "type sizes");
+  ExpectNear(NumbersAfter(r, "Average trait matrix (2 types x 2 traits):", 2), {2.0, 20, 3.5, 30},
+             "average traits");
+  ExpectNear(NumbersAfter(r, "Pooled performance matrix X (3 communities x 2 crisp types):", 3),
+             {3, 1, 3, 1, 1, 4}, "Xcrisp");
+  EXPECT_NE(r.find("\nNumber of crisp types:\t2\nTraits:\tt1\tt2\t\nNumber of OTUs in each type:\t2\t2\t\n"),
+            std::string::npos);
+  EXPECT_EQ(r.find("\nCHARACTER-BASED COMMUNITY ANALYSIS"), 0u) << "a new report starts with the version";
+  FreeSmallSession();
+}
+
+TEST(ScalingUpRun, FuzzyTypesAndTheSimilarityBetweenOTUs) {
+  SetSmallSession(3);
+  fuzzy = 3;
+  std::string r = RunReport();
+  ExpectNear(NumbersAfter(r, "(matrix U) of 4 OTUs (rows) in 2 types (columns):", 4),
+             {0.733333, 0.266667, 0.536585, 0.463415, 0.371429, 0.628571, 0.388889, 0.611111}, "U");
+  ExpectNear(NumbersAfter(r, "after fuzzy-weighting by the selected traits.\nTraits:\tt1\tt2\t", 3),
+             {2.39214, 1.60786, 1.98118, 2.01882, 2.25397, 2.74603}, "X");
+  ExpectNear(NumbersAfter(r, "Similarity matrix between 4 OTUs, based on 2 traits:", 4),
+             {1, 0.466667, 1, 0.333333, 0.533333, 1, 0.2, 0.733333, 0.466667, 1}, "S lower half");
+  EXPECT_NE(r.find("\nNumber of fuzzy types:\t2\n"), std::string::npos);
+  FreeSmallSession();
+}
+
+TEST(ScalingUpRun, TwoCommunitiesTakeTheSinglePair) {
+  SetSmallSession(2);
+  std::string r = RunReport();
+  // 1 - |1.2 - 0.25261| / 1.2
+  EXPECT_NEAR(ValueAfter(r, kRTE), 0.210508, 1e-5);
+  FreeSmallSession();
+}
+
+TEST(ScalingUpRun, SelectedTraitsAndOTUsWithRestrictedRao) {
+  SetSmallSession(3);
+  weight[0] = 0.0;
+  weight_OTUs[2] = 0;
+  restrictRaoWithinOpt = true;
+  std::string r = RunReport();
+  EXPECT_NE(r.find("Traits considered in the computation of OTUs resemblance:\nt2 \n"), std::string::npos);
+  ExpectNear(NumbersAfter(r, "trait averages at community level (3 communities x 2 traits):", 3),
+             {0, 22.5, 0, 22.5, 0, 18}, "T with one trait and one OTU left out");
+  EXPECT_NEAR(ValueAfter(r, kRTE), 0.654654, 1e-5);
+  ExpectNear(NumbersAfter(r, "with null, crisp, similarities):", 1), {0.625, 0, 0.16}, "D");
+  ExpectNear(NumbersAfter(r, "between OTUs (Rf):", 1), {0.526293, 0, 0.16}, "Rf");
+  EXPECT_NE(r.find("(zero ones not considered in the computation of Rao entropy, Simpson diversity, "
+                   "and matrices T, X and P):\n1\t1\t0\t1\t\nRao entropy RESTRICTED"),
+            std::string::npos);
+  FreeSmallSession();
+}
+
+TEST(ScalingUpRun, BadInputIsReportedNotFatal) {
+  SetSmallSession(3);
+  partition_OTUs[0] = partition_OTUs[1] = 2;
+  nGrPoly[0] = 1;
+  std::string oneType = RunReport();
+  EXPECT_NE(oneType.find("Similarity matrix between 4 OTUs"), std::string::npos);
+  EXPECT_EQ(oneType.find("Partition vector"), std::string::npos) << "one type: report ends after S";
+  EXPECT_EQ(oneType.find("Statistics"), std::string::npos);
+
+  partition_OTUs[0] = partition_OTUs[1] = 1;
+  nGrPoly[0] = 2;
+  weight[0] = weight[1] = 0.0;
+  std::string noTrait = RunReport();
+  EXPECT_NE(noTrait.find("Trait matrix B with 4 OTUs by 2 traits"), std::string::npos);
+  EXPECT_EQ(noTrait.find("Ecological variables"), std::string::npos) << "no trait: sections 1 to 4";
+
+  weight[0] = weight[1] = 1.0;
+  for (int i = 0; i < tcst; i++) cadat[i][1] = 0.0;  // community 2 holds nothing
+  for (int i = 0; i < tcst; i++) csm_Float[i][0] = -999;  // trait 1 all missing
+  std::string empty = RunReport();
+  std::vector<double> T = NumbersAfter(empty, "(3 communities x 2 traits):", 3);
+  ASSERT_EQ(T.size(), 6u);
+  EXPECT_TRUE(std::isnan(T[0]) && std::isnan(T[2]) && std::isnan(T[3]))
+      << "missing trait or empty community: 0/0 in T";
+  ExpectNear(NumbersAfter(empty, "with null, crisp, similarities):", 1), {0.625, 0, 0.64},
+             "empty community has D 0");
+  FreeSmallSession();
+}
+
+TEST(ScalingUpRun, AppendModeKeepsTheSeparatorsOnly) {
+  SetSmallSession(3);
+  RunReport();
+  strcpy(prindaMode, "a");
+  PFTs_ScalingUp();
+  FILE* f = fopen(whichPrinda, "r");
+  ASSERT_NE(f, nullptr);
+  int versions = 0, rules = 0;
+  char line[512];
+  while (fgets(line, sizeof line, f) != nullptr) {
+    if (strncmp(line, "CHARACTER-BASED COMMUNITY ANALYSIS", 34) == 0) versions++;
+    if (strcmp(line, "EXPLORATION OF COMMUNITY DATA STRUCTURES\n") == 0) rules++;
+  }
+  fclose(f);
+  remove(whichPrinda);
+  EXPECT_EQ(versions, 1);
+  EXPECT_EQ(rules, 2);
+  FreeSmallSession();
+}
+
+TEST(ScalingUpRho, PairFormulaAndMatrixCorrelation) {
+  double a0[3] = {0, 2.5, 1.25}, a1[3] = {0, 0, 3.75}, a2[3] = {0, 0, 0};
+  double b0[3] = {0, 1.0, 2.0}, b1[3] = {0, 0, 4.5}, b2[3] = {0, 0, 0};
+  double* a[3] = {a0, a1, a2};
+  double* b[3] = {b0, b1, b2};
+  EXPECT_NEAR(RhoResemblance(2, a, b), 1.0 - 1.5 / 2.5, 1e-12);
+  // Pearson of (2.5, 1.25, 3.75) and (1, 2, 4.5)
+  EXPECT_NEAR(RhoResemblance(3, a, b), 0.6933752, 1e-6);
+  b0[1] = 0.0;
+  a0[1] = 0.0;
+  EXPECT_TRUE(std::isnan(RhoResemblance(2, a, b))) << "two zero distances: 0/0";
+}
