@@ -75,7 +75,9 @@ struct PermWork {
   double* occW;        // its abundance
   int* occWeight;      // its weight_OTUs
   double** rowsSub;    // [nOTUs] rows of the permuted matrix for one community
-  double** Ssub;       // [maxOcc]^2 permuted resemblance among one community's OTUs
+  double** Ssub;       // [maxOcc]^2 permuted distances among one community's OTUs
+  double** Db;         // [nOTUs]^2 Rao distance d of each entry of Sb
+  double** Df;         // [nOTUs]^2 the same of Sf
   int maxOcc;          // most occurrences in a community
   double stat[N_PERMTEST_STATS];   // statistics of the present arrangement
   double count[N_PERMTEST_STATS];  // running counts, the observed one included
@@ -583,14 +585,24 @@ static bool FiniteMatrix(int rows, int cols, double** m, bool missingAllowed) {
   return true;
 }
 
-// Every entry gives a finite Rao distance (or is -999, which is skipped).
-static bool RaoDistancesFinite(int n, double** S, bool isDissimilarity, bool sqrtDissim) {
+// The distance d that the Rao entropy takes from each entry s of S: 1 - s,
+// sqrt(1 - s), s or sqrt(s) by the flags, the same expressions, so the same
+// bits, as in the entropy itself; -999 stays -999. Computed once here, the
+// iterations hand these distances over as dissimilarities without a root.
+// False, and the iterations keep the plain path, when some distance isn't
+// finite (a zero abundance would then not add an exact 0) or would read as
+// the missing value.
+static bool RaoDistances(int n, double** S, bool isDissimilarity, bool sqrtDissim, double** D) {
   for (int i = 0; i < n; i++)
     for (int j = 0; j < n; j++) {
       double x = S[i][j];
-      if (x == -999.0) continue;
-      if (!std::isfinite(x)) return false;
-      if (sqrtDissim && (isDissimilarity ? !(x >= 0.0) : !(1.0 - x >= 0.0))) return false;
+      if (x == -999.0) {
+        D[i][j] = x;
+        continue;
+      }
+      double d = isDissimilarity ? (sqrtDissim ? sqrt(x) : x) : (sqrtDissim ? sqrt(1.0 - x) : 1.0 - x);
+      if (!std::isfinite(d) || d == -999.0) return false;
+      D[i][j] = d;
     }
   return true;
 }
@@ -605,8 +617,10 @@ static void SetupOccurrences(PermWork* w) {
   w->compactT = FiniteMatrix(nO, in->nTraits, in->B, true);
   w->compactXP = FiniteMatrix(nO, in->nTypes, in->U, false) &&
                  (!w->phyl || FiniteMatrix(nO, in->nTaxa, in->Q, false));
-  w->compactR = RaoDistancesFinite(nO, in->Sb, false, in->sqrtDissimTraits) &&
-                (!w->phyl || RaoDistancesFinite(nO, in->Sf, in->phylogenyIsDissimilarity, in->sqrtDissimPhyl));
+  w->Db = dim2Double(nO, nO);
+  if (w->phyl) w->Df = dim2Double(nO, nO);
+  w->compactR = RaoDistances(nO, in->Sb, false, in->sqrtDissimTraits, w->Db) &&
+                (!w->phyl || RaoDistances(nO, in->Sf, in->phylogenyIsDissimilarity, in->sqrtDissimPhyl, w->Df));
   if (!w->compactT && !w->compactXP && !w->compactR) return;
   int total = 0;
   for (int c = 0; c < n; c++)
@@ -634,6 +648,9 @@ static void SetupOccurrences(PermWork* w) {
 }
 
 static void FreeOccurrences(PermWork* w) {
+  int nO = w->in->nOTUs;
+  if (w->Db) free2D(w->Db, nO);
+  if (w->Df) free2D(w->Df, nO);
   if (!w->occStart) return;
   free1D(w->occStart);
   free1D(w->occOTU);
@@ -658,19 +675,20 @@ static void OccurrenceProducts(PermWork* w, double** from, int cols, double** ou
   }
 }
 
-// Rao entropy of every community on the permuted S, over its occurrences.
-static void OccurrenceRao(PermWork* w, double** S, bool isDissimilarity, bool sqrtDissim, double** out) {
+// Rao entropy of every community on the permuted distances D, over its
+// occurrences.
+static void OccurrenceRao(PermWork* w, double** D, double** out) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   const int* list = w->list;
   for (int c = 0; c < w->n; c++) {
     int s = w->occStart[c], m = w->occStart[c + 1] - s;
     for (int x = 0; x < m; x++) {
-      const double* row = S[list[w->occOTU[s + x]] - 1];
+      const double* row = D[list[w->occOTU[s + x]] - 1];
       double* to = w->Ssub[x];
       for (int y = x; y < m; y++) to[y] = row[list[w->occOTU[s + y]] - 1];
     }
     int* weights = in->weightOTUs ? w->occWeight + s : NULL;
-    out[c][0] = RaoIndex_Weight(m, w->occW + s, w->Ssub, isDissimilarity, sqrtDissim, weights, in->restrictRao);
+    out[c][0] = RaoIndex_Weight(m, w->occW + s, w->Ssub, true, false, weights, in->restrictRao);
   }
 }
 
@@ -807,8 +825,8 @@ static void RandomR(PermWork* w) {
     RaoAll(w, w->Srnd, w->Sfrnd);
     return;
   }
-  OccurrenceRao(w, in->Sb, false, in->sqrtDissimTraits, w->R);
-  if (w->phyl) OccurrenceRao(w, in->Sf, in->phylogenyIsDissimilarity, in->sqrtDissimPhyl, w->Rp);
+  OccurrenceRao(w, w->Db, w->R);
+  if (w->phyl) OccurrenceRao(w, w->Df, w->Rp);
 }
 
 static void PermutationPhase(PermWork* w) {

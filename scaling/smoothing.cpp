@@ -1,6 +1,6 @@
 // Beals and fuzzy smoothing of community matrices, and the randomisation tests of the smoothing of each OTU.
-// Beals smoothing: Beals (1984) Adv. Ecol. Res. 14: 1-55; De Caceres & Legendre
-// (2008) J. Veg. Sci. 19: 799-808 (estimates without the target species).
+// Beals smoothing: Beals (1984) Adv. Ecol. Res. 14: 1-55; De Caceres & Legendre (2008)
+// "Beals smoothing revisited", Oecologia 156: 657-669 (estimates without the target).
 #include "scaling/smoothing.h"
 
 #include <omp.h>
