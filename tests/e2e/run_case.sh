@@ -16,8 +16,8 @@
 # Lines that look like a ctime time stamp are always masked.
 # With KOLVEN_UPDATE=1 the expected files are rewritten from this run.
 set -u
-exe="$1"
-case_dir="$2"
+exe="$(cd "$(dirname "$1")" && pwd)/$(basename "$1")"
+case_dir="$(cd "$2" && pwd)"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
