@@ -100,6 +100,27 @@ TEST_F(RawDataTest, CollisionsBeyondUpperCaseChangeCharacters) {
   EXPECT_EQ(std::string(spp[8], 3), "ab ");
 }
 
+// Nine hundred populations of one species: every name gives the label "caru". The
+// list must end with as many different labels (it once went round in circles
+// after a few hundred).
+TEST_F(RawDataTest, NineHundredNamesWithOneLabelAllGetTheirOwn) {
+  const int n = 900;
+  static char names[n][32];
+  const char* pointers[n];
+  for (int i = 0; i < n; i++) {
+    snprintf(names[i], sizeof names[i], "carex rupestris %d", i + 1);
+    pointers[i] = names[i];
+  }
+  Make(n, 1, pointers);
+  CheckSpecies(2);
+  ASSERT_EQ(nSpp, n);
+  for (int e = 0; e < n; e++) {
+    ASSERT_EQ(spp[e][4], ' ') << "entry " << e << ": " << spp[e];
+    ASSERT_EQ(CheckIdenticalLabels(spp[e], spp, e), 0) << "entry " << e << " repeats a label: " << spp[e];
+  }
+  EXPECT_EQ(std::string(spp[n - 1] + 5), names[n - 1]);
+}
+
 TEST_F(RawDataTest, IdenticalLinesMergeAndLabelsAsGiven) {
   const char* names[] = {"Agro Agrostis rupestris", "Alop Alopecurus alpinus",
                          "Agro Agrostis rupestris", "Anth Anthyllis vulneraria"};
