@@ -279,6 +279,40 @@ TEST(PermTestNullModels, WeightedNullModelIsReproducibleAndBounded) {
   Release(&pc);
 }
 
+// Fewer occurrences than OTUs: the weighted list is walked again until it
+// covers every OTU place, so only the two occurring OTUs are ever drawn.
+TEST(PermTestNullModels, WeightedNullModelWithFewerOccurrencesThanOTUs) {
+  PermCase pc;
+  Build(&pc, 4, 6, 1, nullptr, 41);
+  for (int c = 0; c < 4; c++)
+    for (int i = 0; i < 6; i++) pc.W[c][i] = 0.0;
+  pc.W[0][1] = 2.5;
+  pc.W[2][4] = 1.25;
+  pc.W[3][4] = 0.75;
+  pc.in.weightedNullModel = true;
+  pc.in.saveDetail = true;
+  pc.in.detailFile = tmpfile();
+  ASSERT_NE(nullptr, pc.in.detailFile);
+  pc.in.niter = 6;
+  RunTest(&pc, 8);
+  rewind(pc.in.detailFile);
+  char line[4096];
+  int lists = 0;
+  while (fgets(line, sizeof(line), pc.in.detailFile)) {
+    const char* head = "Order of original OTUs in permuted traits matrix Brnd:\t";
+    if (strncmp(line, head, strlen(head)) != 0) continue;
+    lists++;
+    int values[6], n = sscanf(line + strlen(head), "%d %d %d %d %d %d", &values[0], &values[1], &values[2],
+                              &values[3], &values[4], &values[5]);
+    ASSERT_EQ(6, n) << line;
+    for (int k = 0; k < 6; k++) EXPECT_TRUE(values[k] == 2 || values[k] == 5) << line;
+  }
+  fclose(pc.in.detailFile);
+  EXPECT_EQ(5, lists);
+  for (int k = 0; k < N_PERMTEST_STATS; k++) EXPECT_LE(pc.in.probabilities[k], 1.0) << "statistic " << k + 1;
+  Release(&pc);
+}
+
 // Two communities: rho comes from the single pair, 1 - |a - b| / max(a, b).
 // W = (1 0 2 | 0 3 1), one trait 1.5, 2.5, 4: T = 9.5, 11.5, normalised by
 // sqrt(222.5), so DT = 2 / sqrt(222.5); E = 0.2, 0.5 gives DE = 0.3.
