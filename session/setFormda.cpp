@@ -6,11 +6,10 @@
 
 #include "TarnLib/tarnlibDim.h"
 #include "session/formda.h"
+#include "session/rawData.h"
 #include "shell/console.h"
 #include "shell/shell.h"
 #include "shell/track.h"
-
-int IFFormat();
 
 namespace {
 

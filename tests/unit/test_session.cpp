@@ -263,10 +263,16 @@ TEST_F(SessionFormda, MissingFileRaisesOpenFailure) {
   EXPECT_EQ(LoadGuarded("absentFormda.txt"), FAIL_OPEN);
 }
 
-TEST_F(SessionFormda, WriterRaisesOpenFailureWhenFileCannotBeMade) {
+TEST_F(SessionFormda, WriterFailuresRaiseOpenAndPrintCodes) {
   Put("demoFormda.txt", bundled, bundledSize);
   ASSERT_EQ(LoadGuarded("demoFormda.txt"), 0);
   EXPECT_EQ(WriteGuarded("no_such_dir/xFormda.txt", "x"), FAIL_OPEN);
+  // A device that takes no byte: the failed print ends with code 3.
+  FILE* full = fopen("/dev/full", "w");
+  if (full == nullptr) GTEST_SKIP() << "no /dev/full here";
+  fclose(full);
+  volumeName[0] = '\0';
+  EXPECT_EQ(WriteGuarded("/dev/full", "x"), FAIL_PRINT);
 }
 
 // Every cut before the last number that the reader needs ends with code 2;

@@ -218,8 +218,11 @@ TEST(SimilarityBelonging, IdenticalObjectsInOneGroupAndInTwo) {
   int single[] = {3};
   FuzzyBelonging(1, 1, one, single, U1, false);
   EXPECT_EQ(U1[0][0], 1.0) << "n = 1";
-  FuzzyBelonging(3, 3, S, nullptr, U, false);
-  ExpectRowsSumToOne(3, 3, U, "each object its own group");
+  double** own = dim2Double(3, 3);
+  FuzzyBelonging(3, 3, S, nullptr, own, false);
+  ExpectRowsSumToOne(3, 3, own, "each object its own group");
+  EXPECT_NEAR(own[0][0], 1.0 / 2.6, 1e-12);
+  free2D(own, 3);
   free2D(S, 3);
   free2D(U, 3);
   free2D(one, 1);
