@@ -26,6 +26,7 @@ double PartialCorrelation(double rXY, double rXZ, double rYZ);
 // nControls control matrices, on residuals of a PCA regression. For each
 // control follow: int number of columns, int* selection (null for all; else
 // column k used when select[k] is 1), double** matrix with `rows` rows.
+// Pass an empty selection as (int*)nullptr, never as a bare 0.
 double PartialMatrixCorrelation(int rows, int p, int q, double** a, double** b, int which,
                                 double overfitFactor, int nControls, ...);
 

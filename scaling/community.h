@@ -20,7 +20,8 @@ int MatrixProdSelectMV_Adjust_Weight(int n1, int n2, int n3, int n4, double** A,
 // (sum of A B) / (sum of B): divides by the right-hand values, unlike the
 // _Weight member above; intended.
 int MatrixProdSelectMV_Adjust(int n1, int n2, int n3, int n4, double** A, double** B, double** C, int* mask);
-// Updates C after row `target` of B was replaced by D (see the code); 1 when n4 <= target.
+// Updates C = A B in place for a B replaced by D in row and column `target`:
+// the terms with c = target, k = target or k = c are exchanged. 1 when n4 <= target.
 int MatrixProdTargetMV(int n1, int n2, int n3, int n4, int target, double** A, double** B, double** D,
                        double** C);
 // C = value A for n x p, -999 kept.

@@ -8,13 +8,16 @@
 #   setup/           files copied into the working directory before the run
 #   mask             optional extended regexes, one a line; matching lines
 #                    of any compared text become <MASKED>
+#   progress         optional Perl regexes of progress labels, one a line: a
+#                    run of such progress lines (how many appear depends on
+#                    the clock) becomes one line <PROGRESS>
 #   expected/stdout, expected/stderr, expected/status
 #   expected/files/  every file that the run created or changed
 # Lines that look like a ctime time stamp are always masked.
 # With KOLVEN_UPDATE=1 the expected files are rewritten from this run.
 set -u
-exe="$1"
-case_dir="$2"
+exe="$(cd "$(dirname "$1")" && pwd)/$(basename "$1")"
+case_dir="$(cd "$2" && pwd)"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
@@ -28,6 +31,12 @@ echo "$status" > "$work/.status"
 
 mask() {
   local f="$1"
+  if [ -f "$case_dir/progress" ]; then
+    while IFS= read -r re; do
+      [ -n "$re" ] || continue
+      RE="$re" perl -0pi -e 's/(?:(?:$ENV{RE}) *\n?)+/<PROGRESS>\n/g' "$f"
+    done < "$case_dir/progress"
+  fi
   sed -E 's/^(Mon|Tue|Wed|Thu|Fri|Sat|Sun) (Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) [ 0-9][0-9] [0-9]{2}:[0-9]{2}:[0-9]{2} [0-9]{4}$/<TIMESTAMP>/' "$f" > "$f.masked"
   if [ -f "$case_dir/mask" ]; then
     while IFS= read -r re; do

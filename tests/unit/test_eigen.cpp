@@ -6,18 +6,11 @@
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibEigen.h"
 #include "TarnLib/tarnlibRandom.h"
+#include "tests/unit/test_reseHelpers.h"
 
 #include <gsl/gsl_randist.h>
 
 namespace {
-
-double** FromRows(int rows, int cols, const double* values)
-{
-    double** m = dim2Double(rows, cols);
-    for (int i = 0; i < rows; i++)
-        for (int j = 0; j < cols; j++) m[i][j] = values[i * cols + j];
-    return m;
-}
 
 // A symmetric 2 by 2 matrix with eigenvalues l1, l2 along a rotated basis.
 double** RotatedDiagonal(double l1, double l2, double angle)
@@ -31,6 +24,8 @@ double** RotatedDiagonal(double l1, double l2, double angle)
 }
 
 }  // namespace
+
+using namespace testrese;
 
 TEST(EigenGsl, EigenvectorsSatisfyDefinitionAndAreSorted)
 {
@@ -152,37 +147,6 @@ TEST(EigenOrdination, TinyEigenvalueGivesNoAxis)
     free2D(a, 2);
     free2D(scores, 2);
     free2D(data, 2);
-}
-
-TEST(EigenOrdination, PrincipalComponentScoresAreProjections)
-{
-    // three variables (objects of the eigenanalysis) over five samples
-    const double v[] = {1.2, 2.385, -0.5, 3.0, 0.7,
-                        0.4, 1.9, 0.3, 2.2, -1.1,
-                        -2.0, 0.6, 1.4, 0.9, 2.5};
-    double** x = FromRows(3, 5, v);
-    double** c = dim2Double(3, 3);
-    for (int i = 0; i < 3; i++)
-        for (int j = 0; j < 3; j++)
-            for (int k = 0; k < 5; k++) c[i][j] += x[i][k] * x[j][k];
-    double** vec = dim2Double(3, 3);
-    double** scores = dim2Double(3, 5);
-    double* val = dim1Double(3);
-    int axes = 0;
-    bool ok = false;
-    OrdinationLib_D(3, 5, x, c, vec, scores, &axes, val, &ok, 2, 1, 1);
-    ASSERT_EQ(axes, 3);
-    // each axis: the sum of squared scores is its eigenvalue
-    for (int k = 0; k < 3; k++) {
-        double ss = 0;
-        for (int j = 0; j < 5; j++) ss += scores[k][j] * scores[k][j];
-        EXPECT_NEAR(ss, val[k], 1e-10) << "axis " << k;
-    }
-    free2D(x, 3);
-    free2D(c, 3);
-    free2D(vec, 3);
-    free2D(scores, 3);
-    free1D(val);
 }
 
 TEST(EigenCorrelatedData, IdentityKeepsNumbersAndCorrelationIsReached)

@@ -21,16 +21,17 @@
 namespace {
 
 const double kB[4][2] = {{1.5, 10}, {2.5, 30}, {4.0, 20}, {3.0, 40}};
-const double kW[3][4] = {{2, 1, 0, 1}, {0, 3, 1, 0}, {1, 0, 2, 2}};  // communities x OTUs
-const double kE[3] = {0.5, 1.7, 3.2};
+const double kW[4][4] = {{2, 1, 0, 1}, {0, 3, 1, 0}, {1, 0, 2, 2}, {1, 1, 1, 0}};  // communities x OTUs
+const double kE[4][2] = {{0.5, 10}, {1.7, 30}, {3.2, 15}, {2.2, 22}};
 
 // A session of 4 OTUs, 2 quantitative traits, `communities` communities and one
-// quantitative variable, types {1, 1, 2, 2}, crisp, Mantel, Euclidean distance.
-void SetSmallSession(int communities) {
+// quantitative variable (two with `variables` 2), types {1, 1, 2, 2}, crisp,
+// Mantel, Euclidean distance.
+void SetSmallSession(int communities, int variables = 1) {
   nch = 2;
   tcst = 4;
   ncsm = communities;
-  nenv = 1;
+  nenv = variables;
   nSpp = 0;
   csm_Float = dim2Double(tcst, nch);
   cadat = dim2Double(tcst, ncsm);
@@ -59,11 +60,13 @@ void SetSmallSession(int communities) {
     snprintf(chLabel[t], 11, "t%d", t + 1);
   }
   for (int c = 0; c < ncsm; c++) {
-    env[c][0] = kE[c];
+    for (int v = 0; v < nenv; v++) env[c][v] = kE[c][v];
     snprintf(reLabel[c], 11, "c%d", c + 1);
   }
-  strcpy(envLabel[0], "alt");
-  envVarType[0] = 3;
+  for (int v = 0; v < nenv; v++) {
+    snprintf(envLabel[v], 11, "env%d", v + 1);
+    envVarType[v] = 3;
+  }
   optEnvVarType = 1;
   temEnvQual = 0;
   nGrPoly[0] = 2;
@@ -230,6 +233,43 @@ TEST(ScalingUpRun, SelectedTraitsAndOTUsWithRestrictedRao) {
   EXPECT_NE(r.find("(zero ones not considered in the computation of Rao entropy, Simpson diversity, "
                    "and matrices T, X and P):\n1\t1\t0\t1\t\nRao entropy RESTRICTED"),
             std::string::npos);
+  FreeSmallSession();
+}
+
+TEST(ScalingUpRun, OTUsLeftOutStillPairWithSelectedOnesInRao) {
+  SetSmallSession(3);
+  weight[0] = 0.0;
+  weight_OTUs[2] = 0;
+  std::string r = RunReport();
+  ExpectNear(NumbersAfter(r, "between OTUs (Rf):", 1), {0.526293, 0.216506, 0.513655}, "Rf");
+  ExpectNear(NumbersAfter(r, "with null, crisp, similarities):", 1), {0.625, 0.375, 0.64}, "D");
+  EXPECT_NE(r.find("\nRao entropy included dissimilarities WITHIN subset of selected OTUs and also "
+                   "BETWEEN"),
+            std::string::npos);
+  FreeSmallSession();
+}
+
+TEST(ScalingUpRun, CovariableIsPartialledOutOfTE) {
+  SetSmallSession(4, 2);
+  optCoVariable = true;
+  std::string r = RunReport();
+  EXPECT_NE(r.find("Effect of variable env2 removed by partial Mantel correlation.\n"), std::string::npos);
+  // rho(DE, DT) 0.133042, rho(DC, DT) -0.347831, rho(DE, DC) -0.219969
+  EXPECT_NEAR(ValueAfter(r, kRTE), 0.0618084, 1e-5);
+  optCoVariable = false;
+  FreeSmallSession();
+}
+
+TEST(ScalingUpRun, TypesFromCompleteLinkageOfTheOTUs) {
+  SetSmallSession(3);
+  clusMethPoolCSTs = 2;
+  std::string r = RunReport();
+  EXPECT_NE(r.find("\nWith this trait subset there are 4 monothetic types of OTUs.\n"), std::string::npos);
+  // Most similar pair 2-4 (0.733), then 3 joins at min(0.533, 0.467): OTU 1 stays alone.
+  EXPECT_NE(r.find("in 2 polythetic types:\n1\t2\t2\t2\t\n"), std::string::npos) << r;
+  ExpectNear(NumbersAfter(r, "Pooled performance matrix X (3 communities x 2 crisp types):", 3),
+             {2, 2, 0, 4, 1, 4}, "Xcrisp");
+  clusMethPoolCSTs = 0;
   FreeSmallSession();
 }
 

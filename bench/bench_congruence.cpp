@@ -1,0 +1,75 @@
+// Micro-benchmark of the matrix congruence coefficients on 75 communities.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+
+#include "TarnLib/tarnlibCongruence.h"
+#include "TarnLib/tarnlibDim.h"
+
+namespace {
+
+const int kCommunities = 75;
+
+// Data from a fixed seed, so that every run times the same numbers.
+double** RandomMatrix(int rows, int cols, unsigned seed)
+{
+    double** m = dim2Double(rows, cols);
+    for (int i = 0; i < rows; i++)
+        for (int j = 0; j < cols; j++) {
+            seed = seed * 1664525u + 1013904223u;
+            m[i][j] = (seed >> 8) / 16777216.0;
+        }
+    return m;
+}
+
+// Euclidean distances between the rows of a random data matrix.
+double** RandomDistances(int n, int cols, unsigned seed)
+{
+    double** x = RandomMatrix(n, cols, seed);
+    double** d = dim2Double(n, n);
+    for (int i = 0; i < n; i++)
+        for (int j = 0; j < n; j++) {
+            double s = 0;
+            for (int k = 0; k < cols; k++) s += (x[i][k] - x[j][k]) * (x[i][k] - x[j][k]);
+            d[i][j] = std::sqrt(s);
+        }
+    free2D(x, n);
+    return d;
+}
+
+void BM_MatrixCorr(benchmark::State& state)
+{
+    double** a = RandomDistances(kCommunities, 6, 11u);
+    double** b = RandomDistances(kCommunities, 9, 29u);
+    for (auto _ : state) benchmark::DoNotOptimize(MatrixCorr(kCommunities, a, b));
+    free2D(a, kCommunities);
+    free2D(b, kCommunities);
+}
+
+// Arguments: columns of the two data matrices (traits, OTU types).
+void BM_RVcoeff(benchmark::State& state)
+{
+    int p = (int)state.range(0), q = (int)state.range(1);
+    double** a = RandomMatrix(kCommunities, p, 3u);
+    double** b = RandomMatrix(kCommunities, q, 5u);
+    for (auto _ : state) benchmark::DoNotOptimize(RVcoeff(kCommunities, p, q, a, b));
+    free2D(a, kCommunities);
+    free2D(b, kCommunities);
+}
+
+void BM_ProcrustesCoeff(benchmark::State& state)
+{
+    int p = (int)state.range(0), q = (int)state.range(1);
+    double** a = RandomMatrix(kCommunities, p, 3u);
+    double** b = RandomMatrix(kCommunities, q, 5u);
+    for (auto _ : state) benchmark::DoNotOptimize(ProcrustesCoeff(kCommunities, p, q, a, b));
+    free2D(a, kCommunities);
+    free2D(b, kCommunities);
+}
+
+}  // namespace
+
+BENCHMARK(BM_MatrixCorr);
+BENCHMARK(BM_RVcoeff)->Args({5, 8})->Args({10, 40});
+BENCHMARK(BM_ProcrustesCoeff)->Args({5, 8})->Args({10, 40});
+BENCHMARK_MAIN();
