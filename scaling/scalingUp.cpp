@@ -534,6 +534,11 @@ void PFTs_ScalingUp() {
   optUnitTotalAdjust1 = 1;
   nMaxCSTGroupsChRank = nMinCSTGroupsChRank = nGrPoly[0];
   nKeepTrack = 100;
+  // A phylogeny asked for without its matrix or taxa can't be considered.
+  if (includePhylogeny && (phylogenyRese == nullptr || partition_OTUs_Phyl == nullptr ||
+                           (phylogenyMatrixType == 2 && (phylogenyData == nullptr ||
+                                                         phylogenyVarType == nullptr))))
+    includePhylogeny = false;
   AllocateWork(&w);
   EnvironmentStep(&w);
   InitRndNumberGenerator(rseed);
@@ -544,7 +549,7 @@ void PFTs_ScalingUp() {
   if (printDetail == 1) ReportW(f, w.W2, false);
   CommunityStep(&w);
   if (printDetail == 1) ReportW(f, w.W2, true);
-  if (includePhylogeny && phylogenyRese != nullptr) PhylogenyStep(&w, f);
+  if (includePhylogeny) PhylogenyStep(&w, f);
   TraitStep(&w, f);
   if (w.nTraitsUsed > 0) {
     TraitAverages(&w, f);

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# Usage: reference.py [small | selected | two | congruences | aravo <folder>]
 """Independent reference values for the scaling-up tests: T, DT, DE, S, D, Rf,
 U, X, type sizes and r(TE) of small sessions, from the textbook definitions
 (community weighted means, Gower similarity, Rao entropy, Pearson correlation
@@ -217,7 +218,9 @@ def aravo(folder):
     SE = gower_mixed(E, [3, 3, 2, 3, 4, 3])
     DE = [[1 - s for s in row] for row in SE]
     DT = euclid(T)
-    print('r(TE) = %.6g' % rho(DE, DT))
+    print('r(TE) of T as averages (report without tests) = %.6g' % rho(DE, DT))
+    # The permutation test takes T = W B with W as read, no divisor.
+    print('r(TE) of T = W B (report with tests) = %.6g' % rho(DE, euclid(normalise_cols(prod(W, B)))))
     S = gower(B, [1] * 8)
     assert all(S[i][j] < 1 for i in range(82) for j in range(82) if i != j)
     U = fuzzy_belonging(S, part)
