@@ -56,6 +56,10 @@ class SettingsDialogue : public ::testing::Test {
     free1D(traitGroups);
     free2D(chLabel, nch);
     free2D(reLabel, ncsm);
+    // Emptied so that a later test's release does not free them again.
+    partition_OTUs = weight_OTUs = nchor = nGrPoly = traitGroups = nullptr;
+    weight = nullptr;
+    chLabel = reLabel = nullptr;
     free1D(nestingMembershipOTUs);
     nestingMembershipOTUs = nullptr;
     free1D(partition_OTUs_Phyl);
