@@ -194,6 +194,9 @@ TEST_F(SmoothingHandChecked, TestsByOTUGiveTheObservedStatistics) {
   }
   BealsTest_Partial(kRows, kCols, 25, W, stat, prob, 1);
   for (int t = 0; t < kCols; t++) EXPECT_NEAR(expected[t], stat[t], 1e-6) << "partial, OTU " << t;
+  // With one or two communities on each side, medians are the means.
+  BealsTest_Partial(kRows, kCols, 5, W, stat, prob, 1, 1);
+  for (int t = 0; t < kCols; t++) EXPECT_NEAR(expected[t], stat[t], 1e-6) << "medians, OTU " << t;
   BealsTest_Partial(kRows, kCols, 1, W, stat, prob, 1, 2);
   for (int t = 0; t < kCols; t++) EXPECT_EQ(1.0, prob[t]) << "one iteration is the observed one";
   BealsTestBSA(kRows, kCols, 10, W, stat, prob, 1, true);
