@@ -741,7 +741,7 @@ static void NewList(PermWork* w) {
   if (!w->taxa) return;
   if (in->weightedNullModel)
     RndListSpecified(w->listLength, w->list);
-  else if (in->restrictPermutations == 1)
+  else if (in->restrictPermutations == 1 && in->nestingMembership)
     RndListNestedNew(in->nOTUs, in->nestingMembership, 1, w->list);
   else
     RndListSpecified(in->nOTUs, w->list);

@@ -4,11 +4,12 @@
 # on it (answers in analysis.txt: types from groups.txt, fuzzy types, Mantel
 # correlations on Euclidean distances, all traits and OTUs, detailed results,
 # a permutation test of 999 iterations with seed 20091).
-# Usage: bash examples/aravo/run.sh path/to/kolven [working folder]
+# Usage: bash examples/aravo/run.sh path/to/kolven [working folder, default: the
+# program's folder + /aravo]
 set -eu
 exe="$(cd "$(dirname "${1:-build/kolven}")" && pwd)/$(basename "${1:-build/kolven}")"
 here="$(cd "$(dirname "$0")" && pwd)"
-work="${2:-aravo-run}"
+work="${2:-$(dirname "$exe")/aravo}"   # next to the program: build/aravo
 mkdir -p "$work"
 cp "$here"/traits.txt "$here"/community.txt "$here"/env.txt "$here"/species.txt \
    "$here"/groups.txt "$work"/
