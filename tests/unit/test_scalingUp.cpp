@@ -17,6 +17,7 @@
 #include "shell/preferences.h"
 #include "shell/shell.h"
 #include "shell/track.h"
+#include "session_test_util.h"
 
 namespace {
 
@@ -100,22 +101,11 @@ void SetSmallSession(int communities, int variables = 1) {
   BealsIncludeOpt = 1;
 }
 
+// Releases the session through the shared helper, which also empties the
+// pointers, so that later tests in the same process never free them twice.
 void FreeSmallSession() {
   remove(whichPrinda);
-  free2D(csm_Float, tcst);
-  free2D(cadat, tcst);
-  free2D(env, ncsm);
-  free2D(chLabel, nch);
-  free2D(reLabel, ncsm);
-  free2D(envLabel, nenv);
-  free1D(chtype);
-  free1D(chrange);
-  free1D(onsta);
-  free1D(envVarType);
-  free1D(nGrPoly);
-  free1D(weight);
-  free1D(weight_OTUs);
-  free1D(partition_OTUs);
+  sessiontest::FreeSessionState();
 }
 
 std::string RunReport() {
