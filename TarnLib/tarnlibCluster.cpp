@@ -12,6 +12,14 @@
 
 namespace {
 
+// A level rounded to float precision; the start value of a search that found
+// nothing (not-a-number everywhere) becomes an infinity instead of an
+// undefined conversion.
+inline double asFloat(double x) {
+  if (x > FLT_MAX || x < -FLT_MAX) return x > 0.0 ? INFINITY : -INFINITY;
+  return (float)x;
+}
+
 // Resemblance of groups p and q read from the upper triangle.
 inline double& upper(double** d, int p, int q) { return p < q ? d[p][q] : d[q][p]; }
 
@@ -144,7 +152,7 @@ void LinkageCluster(int n, double** d, clusterReport* report, bool dissimilarity
     int m = n - step, i, j;
     double v = bestPair(m, w, dissimilarity, &i, &j);
     clusterReport* rec = &report[step];
-    rec->level = (float)(dissimilarity && squared ? sqrt(v) : v);
+    rec->level = asFloat(dissimilarity && squared ? sqrt(v) : v);
     rec->size = sizes[i] + sizes[j];
     mergeLists(&ml, m, i, j, rec);
     LinkageFusion(m, sizes, i, j, w, dissimilarity, method);
@@ -187,8 +195,8 @@ void SumSqCluster(int n, double** d, clusterReport* report, bool squared) {
     clusterReport* rec = &report[step];
     rec->size = sizes[bi] + sizes[bj];
     mergeLists(&ml, m, bi, bj, rec);
-    rec->level = (float)(q[bi] / rec->size);
-    rec->cost = (float)best;
+    rec->level = asFloat(q[bi] / rec->size);
+    rec->cost = asFloat(best);
     rec->increaseFirst = rec->level - first;
     rec->increaseSecond = rec->level - second;
     FusionMatrix(m, sizes, bi, bj, w, true);

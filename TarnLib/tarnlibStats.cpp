@@ -731,9 +731,10 @@ void RankVectorAbs(int n, double* x, int* order) { rankVectorT(n, x, order, true
 
 void IndexVector(int n, int* x, int* index) {
   if (n < 1) return;
-  float* a = dim1Dfloat(n + 1);
+  // Integer keys throughout: through a float, large neighbours would tie.
+  int* a = dim1Dint(n + 1);
   int* idx = dim1Dint(n + 1);
-  for (int i = 0; i < n; i++) a[i + 1] = (float)x[i];
+  for (int i = 0; i < n; i++) a[i + 1] = x[i];
   indexx(n, a, idx);
   for (int k = 0; k < n; k++) index[k] = idx[k + 1];
   free1D(a);
@@ -758,13 +759,20 @@ void RankVectorAdj(int n, double* x, double* ranks) {
 }
 
 void RankVectorAdjMV(int n, double* x, double* ranks) {
+  if (n < 1) return;
+  // The places of the missing values are kept apart: ranks may be x itself.
+  char* missing = dim1Dchar(n);
   int c = 0;
   for (int i = 0; i < n; i++)
-    if (isMV(x[i])) c++;
+    if (isMV(x[i])) {
+      missing[i] = 1;
+      c++;
+    }
   // The missing values sort to the low end (no real value lies below -999)
   // and take the first c ranks; the others are shifted down by c.
   RankVectorAdj(n, x, ranks);
-  for (int i = 0; i < n; i++) ranks[i] = isMV(x[i]) ? MV : ranks[i] - c;
+  for (int i = 0; i < n; i++) ranks[i] = missing[i] ? MV : ranks[i] - c;
+  free1D(missing);
 }
 
 void RankVectorDAdj(int n, double* x, double* ranks) {

@@ -36,6 +36,14 @@ struct GowerVariant {
   bool alwaysCompute;   // ranges computed whatever the argument holds
 };
 
+// A double rounded to float precision; beyond the float range it becomes an
+// infinity of its sign (a column with no value has a range of minus the
+// largest double), which a plain conversion would leave undefined.
+inline float asFloat(double x) {
+  if (x > FLT_MAX || x < -FLT_MAX) return x > 0.0 ? INFINITY : -INFINITY;
+  return (float)x;
+}
+
 template <typename TD> float columnRange(int n, TD** data, int t, bool missing, double maxStart,
                                          double minStart) {
   double mx = maxStart, mn = minStart;
@@ -45,7 +53,7 @@ template <typename TD> float columnRange(int n, TD** data, int t, bool missing, 
     if (v > mx) mx = v;
     if (v < mn) mn = v;
   }
-  return (float)(mx - mn); // the range is stored as a float
+  return asFloat(mx - mn); // the range is stored as a float
 }
 
 // Replaces the non-missing values of column t by their midranks.
@@ -158,7 +166,7 @@ void partialCore(int n, int type, TC* column, TS** S, double range, double weigh
       if (column[i] > mx) mx = column[i];
       if (column[i] < mn) mn = column[i];
     }
-    range = (float)(mx - mn);
+    range = asFloat(mx - mn);
   }
   if (type > maxType) type = 0; // says nothing
   double w = weight < 0.0 ? 1.0 : weight;
