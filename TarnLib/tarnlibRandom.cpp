@@ -3,6 +3,8 @@
 // (Knuth, The Art of Computer Programming, vol. 2, algorithm 3.4.2 P).
 #include "TarnLib/tarnlibRandom.h"
 
+#include <climits>
+#include <cmath>
 #include <cstdlib>
 
 #include "TarnLib/tarnlibDim.h"
@@ -138,6 +140,20 @@ void RndListMantelRestricted(int nPairs, int* list, int n) {
   free2D(table, n);
 }
 
+// The number of combinations of k out of n as a truncated double quotient of
+// factorials: beyond exact doubles the count is inexact, and the truncation
+// ends the enumeration. Past 170! the factorials overflow and the quotient is
+// not a number; the count is then the product formula, kept within range.
+static long long CombinationCount(int n, int k) {
+  double count = Factorial((double)n) / (Factorial((double)(n - k)) * Factorial((double)k));
+  if (std::isnan(count)) {
+    count = 1.0;
+    for (int i = 1; i <= k; i++) count = count * (n - k + i) / i;
+  }
+  if (!(count < 9.2e18)) return LLONG_MAX;
+  return (long long)count;
+}
+
 long long PermuteArray(int n, int k, int* out, bool start) {
   // One enumeration at a time: the state lives here between calls.
   static int* list = nullptr;
@@ -146,6 +162,8 @@ long long PermuteArray(int n, int k, int* out, bool start) {
   static long long nPermutations = 0;
   static long long counter = 0;
 
+  if (k > n) k = n;  // a choice beyond the objects would read outside the lists
+  if (k < 0) k = 0;
   if (start) {
     if (list != nullptr) {  // an enumeration left unfinished: release it
       free1D(list);
@@ -155,10 +173,7 @@ long long PermuteArray(int n, int k, int* out, bool start) {
     list = dim1Dint(n);
     arrayTemp = dim1Dint(n);
     isIn = dim1Dint(n);
-    // Truncated double quotient: beyond exact doubles the count is inexact,
-    // and the truncation ends the enumeration.
-    nPermutations = (long long)(Factorial((double)n) /
-                                (Factorial((double)(n - k)) * Factorial((double)k)));
+    nPermutations = CombinationCount(n, k);
     counter = 0;
     for (int i = 0; i < n; i++) {
       list[i] = i;

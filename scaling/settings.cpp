@@ -2,6 +2,8 @@
 #include "scaling/settings.h"
 
 #include <chrono>
+#include <climits>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -49,6 +51,15 @@ static const int kRankingPath = 'K';   // optmain 75
 
 // ---- The partition of OTUs into types ----
 
+// A group label read as a free number: kept within the range of int (a
+// not-a-number becomes 0), so that no answer makes the conversion undefined.
+static int GroupLabel(double v) {
+  if (std::isnan(v)) return 0;
+  if (v <= (double)INT_MIN) return INT_MIN;
+  if (v >= (double)INT_MAX) return INT_MAX;
+  return (int)v;
+}
+
 // Types taken from the species list: the last species column with a '1'.
 // An OTU with no '1' keeps the label it had.
 static void TypesFromSpecies() {
@@ -80,7 +91,7 @@ static void TypesFromKeyboard() {
   fprintf(out, "OTU:    ");
   for (int i = 0; i < tcst; i++) fprintf(out, "\t%d", i + 1);
   fprintf(out, "\nGroups: ");
-  for (int i = 0; i < tcst; i++) partition_OTUs[i] = (int)ScanNumber(in, "teclado", nullptr);
+  for (int i = 0; i < tcst; i++) partition_OTUs[i] = GroupLabel(ScanNumber(in, "teclado", nullptr));
 }
 
 // Steps 1 to 6: the types of OTUs.
@@ -145,14 +156,16 @@ static void AskNesting() {
     // A nesting file that can't be opened leaves the dialogue waiting for
     // ever, with no second question: this reaction is kept as it stands.
     while (fp == nullptr) std::this_thread::sleep_for(std::chrono::seconds(1));
-    for (int i = 0; i < tcst; i++) nestingMembershipOTUs[i] = (int)ScanNumber(fp, name, nullptr);
+    for (int i = 0; i < tcst; i++)
+      nestingMembershipOTUs[i] = GroupLabel(ScanNumber(fp, name, nullptr));
     fclose(fp);
   } else {
     fprintf(out, "Enter the nesting group of each OTU:\n");
     fprintf(out, "OTU:            ");
     for (int i = 0; i < tcst; i++) fprintf(out, "\t%d", i + 1);
     fprintf(out, "\nNesting groups: ");
-    for (int i = 0; i < tcst; i++) nestingMembershipOTUs[i] = (int)ScanNumber(in, "teclado", nullptr);
+    for (int i = 0; i < tcst; i++)
+      nestingMembershipOTUs[i] = GroupLabel(ScanNumber(in, "teclado", nullptr));
   }
 }
 

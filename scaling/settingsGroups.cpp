@@ -143,8 +143,9 @@ void SettingAnyGroups(int n, int* nGroups, int* membership, char** groupLabels,
   whichObj = strcmp(what, "communities") == 0 ? 'r' : 'c';
   Menu("SET GROUP PARTITION");
   // No more groups than objects: the label table holds one row per object.
+  // Objects need at least one group, or the entry below could never end.
   fprintf(out, "Specify the number of groups of %s: ", what);
-  *nGroups = (int)ReadNumberIn("%d\n", "-", 0.0, (double)n);
+  *nGroups = (int)ReadNumberIn("%d\n", "-", n > 0 ? 1.0 : 0.0, (double)n);
   AskGroupLabels(*nGroups, groupLabels);
   if (whichObj == 'r' ? hasReClus : hasCstClus) {
     fprintf(out, "\nGet partition from: \n");

@@ -5,6 +5,10 @@
 
 #include <omp.h>
 
+#include <gsl/gsl_sort.h>
+#include <gsl/gsl_statistics_double.h>
+
+#include <cmath>
 #include <cstdio>
 
 #include "TarnLib/tarnlibDim.h"
@@ -18,12 +22,12 @@ static const double MV = -999.0;
 
 // ---- Conditional probabilities ----
 
-// The raw (unnormalised) weight of the pair (i, j) over the communities
-// where neither value is missing. Wt holds W transposed: OTUs by communities.
-static double RawPair(int nRows, double* wi, double* wj, int mode) {
+// The raw (unnormalised) weight of the pair of OTUs (i, j) over the
+// communities where neither value is missing.
+static double RawPair(int nRows, double** W, int i, int j, int mode) {
   double sum = 0.0;
   for (int r = 0; r < nRows; r++) {
-    double a = wi[r], b = wj[r];
+    double a = W[r][i], b = W[r][j];
     if (a == MV || b == MV) continue;
     if (mode == 0) {
       if (a > 0 && b > 0) sum += 1.0;
@@ -34,13 +38,6 @@ static double RawPair(int nRows, double* wi, double* wj, int mode) {
     }
   }
   return sum;
-}
-
-static double** Transpose(int nRows, int nCols, double** W) {
-  double** Wt = dim2Double(nCols, nRows);
-  for (int r = 0; r < nRows; r++)
-    for (int c = 0; c < nCols; c++) Wt[c][r] = W[r][c];
-  return Wt;
 }
 
 // Modes 0 and 1 (and any mode but 2): the off-diagonal entries of row i
@@ -54,12 +51,9 @@ static void NormaliseRowByDiagonal(int nCols, double* row, int i) {
 }
 
 void ConditionalProb(int nRows, int nCols, double** W, double** M, int mode) {
-  if (mode == 0 || mode == 1 || mode == 2) {
-    double** Wt = Transpose(nRows, nCols, W);
+  if (mode == 0 || mode == 1 || mode == 2)
     for (int i = 0; i < nCols; i++)
-      for (int j = 0; j < nCols; j++) M[i][j] = RawPair(nRows, Wt[i], Wt[j], mode);
-    free2D(Wt, nCols);
-  }
+      for (int j = 0; j < nCols; j++) M[i][j] = RawPair(nRows, W, i, j, mode);
   if (mode == 2) {
     UnitSumRowsAdjMV(nCols, nCols, M, M);
     return;
@@ -76,22 +70,25 @@ void ConditionalProb(int nRows, int nCols, double** W, double** M) {
 // entries of row j that don't involve the target keep their proportions, so
 // they are rescaled as a block, whatever normalisation the caller applied to
 // M (unit rows, or unit rows after the diagonal was zeroed).
-static void RenewCrossProducts(int target, int nRows, int nCols, double** Wt, double** M) {
-  double* total = dim1Double(nRows);
-  for (int r = 0; r < nRows; r++)
+// `total` is a work vector of nRows entries.
+static void RenewCrossProducts(int target, int nRows, int nCols, double** W, double** M,
+                               double* total) {
+  for (int r = 0; r < nRows; r++) {
+    total[r] = 0.0;
     for (int k = 0; k < nCols; k++)
-      if (Wt[k][r] != MV) total[r] += Wt[k][r];
+      if (W[r][k] != MV) total[r] += W[r][k];
+  }
   for (int j = 0; j < nCols; j++) {
     double tj = 0.0;
     for (int r = 0; r < nRows; r++)
-      if (Wt[j][r] != MV) tj += Wt[j][r] * total[r];
+      if (W[r][j] != MV) tj += W[r][j] * total[r];
     double divisor = tj == 0.0 ? 1.0 : tj;  // the rule of UnitSumRowsAdjMV
     if (j == target) {
-      for (int k = 0; k < nCols; k++) M[j][k] = RawPair(nRows, Wt[j], Wt[k], 2) / divisor;
+      for (int k = 0; k < nCols; k++) M[j][k] = RawPair(nRows, W, j, k, 2) / divisor;
       continue;
     }
-    double rawT = RawPair(nRows, Wt[j], Wt[target], 2);
-    double rawD = RawPair(nRows, Wt[j], Wt[j], 2);
+    double rawT = RawPair(nRows, W, j, target, 2);
+    double rawD = RawPair(nRows, W, j, j, 2);
     double oldRest = 0.0;
     for (int k = 0; k < nCols; k++)
       if (k != j && k != target) oldRest += M[j][k];
@@ -104,28 +101,33 @@ static void RenewCrossProducts(int target, int nRows, int nCols, double** Wt, do
     M[j][target] = rawT / divisor;
     M[j][j] = rawD / divisor;
   }
-  free1D(total);
 }
 
-void ConditionalProb(int target, int nRows, int nCols, double** W, double** M, int mode) {
+// The target form on a caller's work vector `total` (nRows entries, mode 2).
+static void RenewTarget(int target, int nRows, int nCols, double** W, double** M, int mode,
+                        double* total) {
   if (target < 0 || target >= nCols) return;
-  double** Wt = Transpose(nRows, nCols, W);
   if (mode == 2) {
-    RenewCrossProducts(target, nRows, nCols, Wt, M);
+    RenewCrossProducts(target, nRows, nCols, W, M, total);
   } else if (mode == 0 || mode == 1) {
-    for (int k = 0; k < nCols; k++) M[target][k] = RawPair(nRows, Wt[target], Wt[k], mode);
+    for (int k = 0; k < nCols; k++) M[target][k] = RawPair(nRows, W, target, k, mode);
     NormaliseRowByDiagonal(nCols, M[target], target);
     // Rows other than the target keep their divisor: it doesn't involve the target.
     for (int j = 0; j < nCols; j++) {
       if (j == target) continue;
-      double d = RawPair(nRows, Wt[j], Wt[j], mode);
-      double raw = RawPair(nRows, Wt[j], Wt[target], mode);
+      double d = RawPair(nRows, W, j, j, mode);
+      double raw = RawPair(nRows, W, j, target, mode);
       M[j][target] = d > 0 ? raw / d : raw;
     }
   } else {
     NormaliseRowByDiagonal(nCols, M[target], target);
   }
-  free2D(Wt, nCols);
+}
+
+void ConditionalProb(int target, int nRows, int nCols, double** W, double** M, int mode) {
+  double* total = dim1Double(nRows > 0 ? nRows : 1);
+  RenewTarget(target, nRows, nCols, W, M, mode, total);
+  free1D(total);
 }
 
 // ---- Smoothing ----
@@ -175,10 +177,12 @@ static void ExcludeTarget(int nCols, double** local, int mode) {
   if (mode == 2) UnitSumRowsAdjMV(nCols, nCols, local, local);
 }
 
-void BealsSmoothing(int nRows, int nCols, double** Wrows, double** Wcond, double** out,
-                    bool partial, int target, double** M, bool includeTarget, int mode) {
-  double** A = dim2Double(nRows, nCols);
-  double** local = dim2Double(nCols, nCols);
+// The per-target form on the caller's work arrays: A (nRows x nCols), local
+// (nCols x nCols) and total (nRows). The tests run it in their parallel loop,
+// where nothing may be allocated.
+static void SmoothPerTarget(int nRows, int nCols, double** Wrows, double** Wcond, double** out,
+                            bool partial, int target, double** M, bool includeTarget, int mode,
+                            double** A, double** local, double* total) {
   UnitSumRowsAdjMV(nRows, nCols, A, Wrows);
   if (!partial) {
     ConditionalProb(nRows, nCols, Wcond, local, mode);
@@ -187,7 +191,7 @@ void BealsSmoothing(int nRows, int nCols, double** Wrows, double** Wcond, double
     if (M != nullptr) CopyMatrix(nCols, nCols, local, M);
   } else {
     CopyMatrix(nCols, nCols, M, local);
-    ConditionalProb(target, nRows, nCols, Wcond, local, mode);
+    RenewTarget(target, nRows, nCols, Wcond, local, mode, total);
     if (!includeTarget) {
       ExcludeTarget(nCols, local, mode);
       for (int r = 0; r < nRows; r++)
@@ -200,6 +204,16 @@ void BealsSmoothing(int nRows, int nCols, double** Wrows, double** Wcond, double
   if (!includeTarget)
     for (int r = 0; r < nRows; r++)
       for (int c = 0; c < nCols; c++) out[r][c] /= 1.0 - A[r][c];
+}
+
+void BealsSmoothing(int nRows, int nCols, double** Wrows, double** Wcond, double** out,
+                    bool partial, int target, double** M, bool includeTarget, int mode) {
+  double** A = dim2Double(nRows, nCols);
+  double** local = dim2Double(nCols, nCols);
+  double* total = dim1Double(nRows > 0 ? nRows : 1);
+  SmoothPerTarget(nRows, nCols, Wrows, Wcond, out, partial, target, M, includeTarget, mode, A,
+                  local, total);
+  free1D(total);
   free2D(local, nCols);
   free2D(A, nRows);
 }
@@ -208,25 +222,33 @@ void BealsSmoothing(int nRows, int nCols, double** Wrows, double** Wcond, double
 
 enum BealsStatistic { kDifferenceOfMeans, kDifferenceOfMedians, kCorrelation };
 
-struct BealsTestWork {  // one thread's private arrays
-  double** Wc;
-  double** out;
-  double** M;
-  double* column;
-  double* wColumn;
-  double* sel1;
+// One thread's private arrays, all allocated before the parallel loop: an
+// allocation that fails jumps to the recovery point, which must not happen
+// inside the loop.
+struct BealsTestWork {
+  double** Wc;       // W with the target's column rearranged
+  double** out;      // smoothed copy
+  double** A;        // shares of Wc
+  double** local;    // conditional matrix of Wc
+  double* total;     // community totals
+  double* column;    // smoothed values of the target
+  double* wColumn;   // values of the target in Wc
+  double* sel1;      // selected values (correlation, medians)
   double* sel2;
   int* list;
   int* mark;
   int* newMark;
-  int* absent;
+  int* members;      // the shuffle among the eligible communities
+  int* perm;
   bool* eligible;
 };
 
 static void AllocWork(BealsTestWork* w, int nRows, int nCols) {
   w->Wc = dim2Double(nRows, nCols);
   w->out = dim2Double(nRows, nCols);
-  w->M = dim2Double(nCols, nCols);
+  w->A = dim2Double(nRows, nCols);
+  w->local = dim2Double(nCols, nCols);
+  w->total = dim1Double(nRows);
   w->column = dim1Double(nRows);
   w->wColumn = dim1Double(nRows);
   w->sel1 = dim1Double(nRows);
@@ -234,14 +256,17 @@ static void AllocWork(BealsTestWork* w, int nRows, int nCols) {
   w->list = dim1Dint(nRows);
   w->mark = dim1Dint(nRows);
   w->newMark = dim1Dint(nRows);
-  w->absent = dim1Dint(nRows);
+  w->members = dim1Dint(nRows);
+  w->perm = dim1Dint(nRows);
   w->eligible = (bool*)dim1D(sizeof(bool), nRows);
 }
 
 static void FreeWork(BealsTestWork* w, int nRows, int nCols) {
   free2D(w->Wc, nRows);
   free2D(w->out, nRows);
-  free2D(w->M, nCols);
+  free2D(w->A, nRows);
+  free2D(w->local, nCols);
+  free1D(w->total);
   free1D(w->column);
   free1D(w->wColumn);
   free1D(w->sel1);
@@ -249,8 +274,20 @@ static void FreeWork(BealsTestWork* w, int nRows, int nCols) {
   free1D(w->list);
   free1D(w->mark);
   free1D(w->newMark);
-  free1D(w->absent);
+  free1D(w->members);
+  free1D(w->perm);
   free1D(w->eligible);
+}
+
+// The median of the smoothed values whose mark is (or is not) 1, -999 left
+// out; not a number when none is left.
+static double MedianOfMarked(int nRows, BealsTestWork* w, int* mark, bool marked) {
+  int k = 0;
+  for (int i = 0; i < nRows; i++)
+    if ((mark[i] == 1) == marked && w->column[i] != MV) w->sel1[k++] = w->column[i];
+  if (k == 0) return NAN;
+  gsl_sort(w->sel1, 1, (size_t)k);
+  return gsl_stats_median_from_sorted_data(w->sel1, 1, (size_t)k);
 }
 
 // The statistic of OTU t on the smoothed column `column` with the marks of
@@ -267,10 +304,8 @@ static double BealsStatisticOf(BealsStatistic kind, int nRows, BealsTestWork* w,
       }
     return Correlation2VecMV(m, w->sel1, w->sel2);
   }
-  if (kind == kDifferenceOfMedians) {
-    for (int i = 0; i < nRows; i++) w->absent[i] = mark[i] == 1 ? 0 : 1;
-    return Median(nRows, w->column, mark) - Median(nRows, w->column, w->absent);
-  }
+  if (kind == kDifferenceOfMedians)
+    return MedianOfMarked(nRows, w, mark, true) - MedianOfMarked(nRows, w, mark, false);
   double present = 0.0, others = 0.0;
   for (int i = 0; i < nRows; i++) {
     if (mark[i] == 1)
@@ -279,6 +314,63 @@ static double BealsStatisticOf(BealsStatistic kind, int nRows, BealsTestWork* w,
       others += w->column[i];
   }
   return present / nPresent - others / nAbsent;
+}
+
+// The draws of RndListSelect on the identity list, on the work arrays.
+static void ShuffleEligible(int nRows, BealsTestWork* w) {
+  int m = 0;
+  for (int i = 0; i < nRows; i++) {
+    w->list[i] = i + 1;
+    if (w->eligible[i]) w->members[m++] = i + 1;
+  }
+  RndList(m, w->perm);
+  for (int i = 0; i < m; i++) w->list[w->members[i] - 1] = w->members[w->perm[i] - 1];
+}
+
+// Observed statistic and probability of OTU t.
+static void BealsTestOTU(int t, int nRows, int nCols, int niter, double** W, double** A1,
+                         double** observed, double** observedM, int mode, bool partial,
+                         BealsStatistic kind, bool includeTarget, BealsTestWork* w,
+                         double* statistic, double* probabilities) {
+  int nPresent = 0, nAbsent = 0;
+  for (int i = 0; i < nRows; i++) {
+    w->mark[i] = W[i][t] > 0 ? 1 : 0;
+    nPresent += w->mark[i];
+    if (W[i][t] == 0.0) nAbsent++;
+    w->eligible[i] = !(AlmostEqual2sComplement(A1[i][t], 0.0, 1) || W[i][t] == MV);
+    w->column[i] = observed[i][t];
+    w->wColumn[i] = W[i][t];
+  }
+  double observedStat = BealsStatisticOf(kind, nRows, w, w->mark, nPresent, nAbsent);
+  statistic[t] = observedStat;
+  CopyMatrix(nRows, nCols, W, w->Wc);
+  double count = 1.0;
+  for (int iter = 1; iter < niter; iter++) {
+    if (omp_get_thread_num() == 0) {
+      char status[100];
+      snprintf(status, sizeof status, "Taxon: %d %d Permutation: %d %d", t + 1, nCols, iter + 1,
+               niter);
+      HandleEventInfoWhere2(status);
+    }
+    // One shared generator: the draws of the threads interleave, so these
+    // tests are not repeatable from the seed; the lock only keeps its state whole.
+#pragma omp critical(kolvenRandomGenerator)
+    ShuffleEligible(nRows, w);
+    for (int k = 0; k < nRows; k++) {
+      w->Wc[k][t] = W[w->list[k] - 1][t];
+      w->newMark[k] = w->mark[w->list[k] - 1];
+      w->wColumn[k] = w->Wc[k][t];
+    }
+    bool perTarget = partial || kind == kCorrelation;
+    if (perTarget) CopyMatrix(nRows, nCols, observed, w->out);
+    SmoothPerTarget(nRows, nCols, w->Wc, w->Wc, w->out, perTarget, t,
+                    perTarget ? observedM : nullptr, includeTarget, mode, w->A, w->local,
+                    w->total);
+    for (int i = 0; i < nRows; i++) w->column[i] = w->out[i][t];
+    double s = BealsStatisticOf(kind, nRows, w, w->newMark, nPresent, nAbsent);
+    if (AlmostEqual2sComplement(s, observedStat, 1) || s > observedStat) count += 1.0;
+  }
+  probabilities[t] = count / niter;
 }
 
 static void BealsTestRun(int nRows, int nCols, int niter, double** W, double* statistic,
@@ -293,54 +385,17 @@ static void BealsTestRun(int nRows, int nCols, int niter, double** W, double* st
   BealsSmoothing(nRows, nCols, W, W, A2, false, 0, M2, false, mode);
   double** observed = includeTarget ? A1 : A2;
   double** observedM = includeTarget ? M1 : M2;
+  int nThreads = omp_get_max_threads();
+  BealsTestWork* work = (BealsTestWork*)dim1D(sizeof(BealsTestWork), nThreads);
+  for (int i = 0; i < nThreads; i++) AllocWork(&work[i], nRows, nCols);
 
 #pragma omp parallel for schedule(static)
-  for (int t = 0; t < nCols; t++) {
-    BealsTestWork w;
-    AllocWork(&w, nRows, nCols);
-    int nPresent = 0, nAbsent = 0;
-    for (int i = 0; i < nRows; i++) {
-      w.mark[i] = W[i][t] > 0 ? 1 : 0;
-      nPresent += w.mark[i];
-      if (W[i][t] == 0.0) nAbsent++;
-      w.eligible[i] = !(AlmostEqual2sComplement(A1[i][t], 0.0, 1) || W[i][t] == MV);
-      w.column[i] = observed[i][t];
-      w.wColumn[i] = W[i][t];
-    }
-    double observedStat = BealsStatisticOf(kind, nRows, &w, w.mark, nPresent, nAbsent);
-    statistic[t] = observedStat;
-    CopyMatrix(nRows, nCols, W, w.Wc);
-    double count = 1.0;
-    for (int iter = 1; iter < niter; iter++) {
-      if (omp_get_thread_num() == 0) {
-        char status[100];
-        snprintf(status, sizeof status, "Taxon: %d %d Permutation: %d %d", t + 1, nCols,
-                 iter + 1, niter);
-        HandleEventInfoWhere2(status);
-      }
-      for (int i = 0; i < nRows; i++) w.list[i] = i + 1;
-      // One shared generator: the draws of the threads interleave, so these
-      // tests are not repeatable from the seed; the lock only keeps its state whole.
-#pragma omp critical(kolvenRandomGenerator)
-      RndListSelect(nRows, w.list, w.eligible);
-      for (int k = 0; k < nRows; k++) {
-        w.Wc[k][t] = W[w.list[k] - 1][t];
-        w.newMark[k] = w.mark[w.list[k] - 1];
-        w.wColumn[k] = w.Wc[k][t];
-      }
-      if (partial || kind == kCorrelation) {
-        CopyMatrix(nRows, nCols, observed, w.out);
-        BealsSmoothing(nRows, nCols, w.Wc, w.Wc, w.out, true, t, observedM, includeTarget, mode);
-      } else {
-        BealsSmoothing(nRows, nCols, w.Wc, w.Wc, w.out, false, t, nullptr, includeTarget, mode);
-      }
-      for (int i = 0; i < nRows; i++) w.column[i] = w.out[i][t];
-      double s = BealsStatisticOf(kind, nRows, &w, w.newMark, nPresent, nAbsent);
-      if (AlmostEqual2sComplement(s, observedStat, 1) || s > observedStat) count += 1.0;
-    }
-    probabilities[t] = count / niter;
-    FreeWork(&w, nRows, nCols);
-  }
+  for (int t = 0; t < nCols; t++)
+    BealsTestOTU(t, nRows, nCols, niter, W, A1, observed, observedM, mode, partial, kind,
+                 includeTarget, &work[omp_get_thread_num()], statistic, probabilities);
+
+  for (int i = 0; i < nThreads; i++) FreeWork(&work[i], nRows, nCols);
+  free1D(work);
   free2D(M2, nCols);
   free2D(M1, nCols);
   free2D(A2, nRows);

@@ -50,12 +50,6 @@ void ExpectMatrix(int rows, int cols, const double* expected, double** actual, d
       EXPECT_NEAR(expected[i * cols + j], actual[i][j], tol) << what << " [" << i << "][" << j << "]";
 }
 
-void ExpectSame(int rows, int cols, double** expected, double** actual, const char* what) {
-  for (int i = 0; i < rows; i++)
-    for (int j = 0; j < cols; j++)
-      EXPECT_NEAR(expected[i][j], actual[i][j], 1e-12) << what << " [" << i << "][" << j << "]";
-}
-
 class SmoothingHandChecked : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -102,23 +96,6 @@ TEST_F(SmoothingHandChecked, WholeMatrixFormWithAndWithoutTarget) {
   ExpectMatrix(kRows, kCols, &kWithout[0][0][0], out, 1e-6, "form without mode");
 }
 
-TEST_F(SmoothingHandChecked, PerTargetFormWithoutPartialMatchesWholeForm) {
-  double** whole = dim2Double(kRows, kCols);
-  for (int mode = 0; mode < 3; mode++) {
-    BealsSmoothing(kRows, kCols, W, W, out, false, 2, M, true, mode);
-    BealsSmoothing(kRows, kCols, W, W, whole, true, mode);
-    ExpectSame(kRows, kCols, whole, out, "with target");
-    ExpectMatrix(kCols, kCols, &kM[mode][0][0], M, 1e-12, "conditional matrix handed back");
-  }
-  for (int mode = 0; mode < 2; mode++) {  // mode 2 renormalises instead of m / (1 - m)
-    BealsSmoothing(kRows, kCols, W, W, out, false, 1, M, false, mode);
-    BealsSmoothing(kRows, kCols, W, W, whole, false, mode);
-    ExpectSame(kRows, kCols, whole, out, "without target");
-    for (int k = 0; k < kCols; k++) EXPECT_EQ(0.0, M[k][k]);
-  }
-  free2D(whole, kRows);
-}
-
 TEST_F(SmoothingHandChecked, RenewingTheTargetEqualsRecomputing) {
   double** fresh = dim2Double(kCols, kCols);
   const double newColumn[kRows] = {0.75, 0, 3.25};
@@ -150,17 +127,28 @@ TEST_F(SmoothingHandChecked, RenewingTheTargetEqualsRecomputing) {
   free2D(fresh, kCols);
 }
 
-TEST_F(SmoothingHandChecked, PartialUpdateOfTheSmoothedMatrix) {
-  // Shares stay those of W; only the conditional data change in column 3.
+TEST_F(SmoothingHandChecked, PerTargetFormsMatchTheWholeForm) {
+  double** whole = dim2Double(kRows, kCols);
+  for (int mode = 0; mode < 3; mode++) {
+    BealsSmoothing(kRows, kCols, W, W, out, false, 2, M, true, mode);
+    ExpectMatrix(kRows, kCols, &kWith[mode][0][0], out, 1e-6, "full per-target form");
+    ExpectMatrix(kCols, kCols, &kM[mode][0][0], M, 1e-12, "conditional matrix handed back");
+  }
+  for (int mode = 0; mode < 2; mode++) {  // mode 2 renormalises instead of m / (1 - m)
+    BealsSmoothing(kRows, kCols, W, W, out, false, 1, nullptr, false, mode);
+    ExpectMatrix(kRows, kCols, &kWithout[mode][0][0], out, 1e-6, "full form without target");
+  }
+  // Partial: shares stay those of W; only the conditional data of OTU 3 change.
   double** Wnew = Make(kRows, kCols, &kW[0][0]);
   Wnew[0][3] = 1.75;
   Wnew[1][3] = 0;
-  double** whole = dim2Double(kRows, kCols);
   for (int mode = 0; mode < 2; mode++) {
     BealsSmoothing(kRows, kCols, W, W, out, false, 0, M, true, mode);
     BealsSmoothing(kRows, kCols, W, Wnew, out, true, 3, M, true, mode);
     BealsSmoothing(kRows, kCols, W, Wnew, whole, false, 0, nullptr, true, mode);
-    ExpectSame(kRows, kCols, whole, out, mode == 0 ? "mode 0" : "mode 1");
+    for (int i = 0; i < kRows; i++)
+      for (int j = 0; j < kCols; j++)
+        EXPECT_NEAR(whole[i][j], out[i][j], 1e-12) << "mode " << mode << " [" << i << "][" << j << "]";
   }
   free2D(whole, kRows);
   free2D(Wnew, kRows);
@@ -206,6 +194,9 @@ TEST_F(SmoothingHandChecked, TestsByOTUGiveTheObservedStatistics) {
   }
   BealsTest_Partial(kRows, kCols, 25, W, stat, prob, 1);
   for (int t = 0; t < kCols; t++) EXPECT_NEAR(expected[t], stat[t], 1e-6) << "partial, OTU " << t;
+  // With one or two communities on each side, medians are the means.
+  BealsTest_Partial(kRows, kCols, 5, W, stat, prob, 1, 1);
+  for (int t = 0; t < kCols; t++) EXPECT_NEAR(expected[t], stat[t], 1e-6) << "medians, OTU " << t;
   BealsTest_Partial(kRows, kCols, 1, W, stat, prob, 1, 2);
   for (int t = 0; t < kCols; t++) EXPECT_EQ(1.0, prob[t]) << "one iteration is the observed one";
   BealsTestBSA(kRows, kCols, 10, W, stat, prob, 1, true);

@@ -86,28 +86,7 @@ TEST(TarnlibRandomLists, ShortListsDrawNothing) {
   RndListSelect(4, held, none);
   EXPECT_EQ((std::vector<int>{4, 3, 2, 1}), std::vector<int>(held, held + 4));
   EXPECT_EQ(reference, gsl_rng_uniform_int(r, 100000)) << "a draw was consumed";
-}
-
-TEST(TarnlibRandomLists, ListsArePermutationsOrDrawsInRange) {
-  InitRndNumberGenerator(2385);
-  int list[40];
-  for (int rep = 0; rep < 50; rep++) {
-    RndList(13, list);
-    EXPECT_EQ(Iota(13), Sorted(list, 13));
-    for (int i = 0; i < 13; i++) list[i] = 2 * i - 7;
-    RndListPartial(13, list);
-    std::vector<int> v = Sorted(list, 13);
-    for (int i = 0; i < 13; i++) EXPECT_EQ(2 * i - 7, v[i]);
-    RndListBootstrapN(3, 40, list);
-    for (int i = 0; i < 40; i++) {
-      EXPECT_GE(list[i], 1);
-      EXPECT_LE(list[i], 3);
-    }
-    EXPECT_EQ(3, RndIntegers(3, 3));
-    int k = RndIntegers(-2, 4);
-    EXPECT_GE(k, -2);
-    EXPECT_LE(k, 4);
-  }
+  EXPECT_EQ(3, RndIntegers(3, 3));
 }
 
 TEST(TarnlibRandomLists, SelectShufflesOnlyTheSelectedPlaces) {
@@ -165,12 +144,6 @@ TEST(TarnlibRandomNested, BlocksMoveWholeOnlyWhenGroupsHaveEqualSizes) {
       for (int m = 0; m < 3; m++) EXPECT_EQ(source + 3 * m + 1, list[g + 3 * m]);
       if (source != g) sawExchange = true;
     }
-    RndListNestedNew(9, groups, 3, list);
-    EXPECT_EQ(Iota(9), Sorted(list, 9));
-    for (int g = 0; g < 3; g++) {
-      int source = groups[list[g] - 1];
-      for (int m = 0; m < 3; m++) EXPECT_EQ(source, groups[list[g + 3 * m] - 1]);
-    }
   }
   EXPECT_TRUE(sawExchange);
 }
@@ -218,12 +191,10 @@ TEST(TarnlibRandomCombinations, FourChooseTwoInLexicographicOrder) {
   int out[3];
   EXPECT_EQ(1, PermuteArray(3, 3, out, true));
   EXPECT_EQ((std::vector<int>{1, 2, 3}), std::vector<int>(out, out + 3));
-  // An enumeration abandoned half way is replaced by a new start.
-  int five[5];
-  PermuteArray(5, 3, five, true);
-  PermuteArray(5, 3, five, false);
-  EXPECT_EQ(1, PermuteArray(5, 1, five, true));
-  EXPECT_EQ((std::vector<int>{1, 2, 3, 4, 5}), std::vector<int>(five, five + 5));
-  EXPECT_EQ(2, PermuteArray(5, 1, five, false));
-  EXPECT_EQ((std::vector<int>{2, 1, 3, 4, 5}), std::vector<int>(five, five + 5));
+  // Past 170! the factorials overflow: 200 choose 2 still counts 19900.
+  std::vector<int> big(200);
+  EXPECT_EQ(1, PermuteArray(200, 2, big.data(), true));
+  EXPECT_EQ(2, PermuteArray(200, 2, big.data(), false)) << "the enumeration stopped after one";
+  EXPECT_EQ(1, big[0]);
+  EXPECT_EQ(3, big[1]);
 }
