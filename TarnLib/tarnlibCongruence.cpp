@@ -64,6 +64,33 @@ double vecProd(int n, double** a, double** b)
     return sum;
 }
 
+// S = C times C transposed (rows by rows) from the centred data C and its
+// transpose Ct, with MatrixProd's arithmetic, terms with a -999 factor
+// skipped. S[j][i] would repeat the products of S[i][j] in the same order,
+// so only j >= i is computed and mirrored: the same matrix at half the cost.
+// Without any -999 in C the terms need no test.
+static void OuterProduct(int rows, int cols, double** c, double** ct, double** s)
+{
+    bool complete = true;
+    for (int i = 0; i < rows && complete; i++)
+        for (int k = 0; k < cols; k++)
+            if (c[i][k] == missing) complete = false;
+    for (int i = 0; i < rows; i++) {
+        const double* ci = c[i];
+        for (int j = i; j < rows; j++) {
+            double sum = 0.0;
+            if (complete) {
+                for (int k = 0; k < cols; k++) sum += ci[k] * ct[k][j];
+            } else {
+                for (int k = 0; k < cols; k++)
+                    if (ci[k] != missing && ct[k][j] != missing) sum += ci[k] * ct[k][j];
+            }
+            s[i][j] = sum;
+            s[j][i] = sum;
+        }
+    }
+}
+
 double RVcoeff(int rows, int p, int q, double** a, double** b)
 {
     int side = rows;
@@ -75,12 +102,21 @@ double RVcoeff(int rows, int p, int q, double** a, double** b)
     double** t = dim2Double(rows, rows);
     CenterColsMV(rows, p, a, centred);
     TransposeMatrix(rows, p, centred, transposed);
-    MatrixProd(rows, p, p, rows, centred, transposed, s);
+    OuterProduct(rows, p, centred, transposed, s);
     CenterColsMV(rows, q, b, centred);
     TransposeMatrix(rows, q, centred, transposed);
-    MatrixProd(rows, q, q, rows, centred, transposed, t);
+    OuterProduct(rows, q, centred, transposed, t);
+    // vecProd(S, T), vecProd(S, S) and vecProd(T, T) in one pass: each sum
+    // runs in the same order as alone, so the results are the same.
+    double st = 0.0, ss = 0.0, tt = 0.0;
+    for (int i = 0; i < rows; i++)
+        for (int j = 0; j < rows; j++) {
+            st += s[i][j] * t[i][j];
+            ss += s[i][j] * s[i][j];
+            tt += t[i][j] * t[i][j];
+        }
     // No guard: a constant matrix gives 0 / 0, which the tests carry on.
-    double rv = vecProd(rows, s, t) / std::sqrt(vecProd(rows, s, s) * vecProd(rows, t, t));
+    double rv = st / std::sqrt(ss * tt);
     free2D(centred, side);
     free2D(transposed, side);
     free2D(s, rows);
@@ -161,8 +197,14 @@ double PartialMatrixCorrelation(int rows, int p, int q, double** a, double** b, 
     double** resA = dim2Double(rows, p);
     double** resB = dim2Double(rows, q);
     if (nControls >= 1) {
-        PCA_Regression_ResidualsSelect(rows, p, width, a, predictors, resA, nullptr, 2, overfitFactor);
-        PCA_Regression_ResidualsSelect(rows, q, width, b, predictors, resB, nullptr, 2, overfitFactor);
+        // PCA_Regression_ResidualsSelect of a and of b, with option 2, no
+        // selection and overfitFactor: both are regressed on the same
+        // components, so these are found once, with the same results.
+        double** components = dim2Double(rows, width > 0 ? width : 1);
+        int axes = PCA_RegressionComponents(rows, width, predictors, nullptr, 2, overfitFactor, components);
+        Regression_ResidualsSelect(rows, p, axes, a, components, resA, nullptr);
+        Regression_ResidualsSelect(rows, q, axes, b, components, resB, nullptr);
+        free2D(components, rows);
     }
     double coefficient = 0.0;
     if (which == 3) coefficient = RVcoeff(rows, p, q, resA, resB);

@@ -129,6 +129,8 @@ static void ComponentScores(int n, int cols, double** data, double** vectors, do
         CenterRowsMV(n, cols, d, d);
         NormalizeRowsMV(n, cols, d, d);
     }
+    for (int k = 0; k < n; k++)
+        for (int j = 0; j < cols; j++) scores[k][j] = 0.0;
     for (int k = 0; k < nAxes; k++)
         for (int j = 0; j < cols; j++) {
             double sum = 0.0;

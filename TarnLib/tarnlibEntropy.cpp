@@ -4,6 +4,7 @@
 // information statistic of Kullback (1959). Missing value -999 is left out.
 #include "TarnLib/tarnlibEntropy.h"
 
+#include <climits>
 #include <cmath>
 
 #include "TarnLib/tarnlibDim.h"
@@ -178,11 +179,10 @@ void MutualInformationMV(int rows, int cols, double** in, double** out)
     RowTotalsMV(rows, cols, in, totals);
     for (int i = 0; i < rows; i++)
         for (int j = i; j < rows; j++) {
-            double ri = totals[i], rj = totals[j], adjust = 0.0;
-            // An empty row adds nothing, as an empty cell does in IDivergenceMV.
-            if (ri > 0.0) adjust += ri * std::log(2.0 * ri / (ri + rj));
-            if (rj > 0.0) adjust += rj * std::log(2.0 * rj / (ri + rj));
-            out[i][j] -= adjust;
+            double ri = totals[i], rj = totals[j];
+            // No test for empty rows here, unlike the cells of IDivergenceMV:
+            // a row total of 0 gives 0 * log 0, a not-a-number that travels on.
+            out[i][j] -= ri * std::log(2.0 * ri / (ri + rj)) + rj * std::log(2.0 * rj / (ri + rj));
         }
     free1D(totals);
 }
@@ -193,7 +193,9 @@ static int CollectStates(int n, double* x, int* states)
     int count = 0;
     for (int k = 0; k < n; k++) {
         if (x[k] == missing) continue;
-        int s = (int)x[k];
+        // A value beyond the range of int is no whole-number state: it is
+        // listed as INT_MIN and, like 2.5, never counted.
+        int s = x[k] >= -2147483648.0 && x[k] < 2147483648.0 ? (int)x[k] : INT_MIN;
         bool known = false;
         for (int m = 0; m < count && !known; m++) known = states[m] == s;
         if (!known) states[count++] = s;

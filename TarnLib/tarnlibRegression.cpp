@@ -66,8 +66,9 @@ static void SolveNormalEquations(int n, int nY, int nX, double** xc, double** yc
     double** xt = dim2Double(nX, n);
     double** a = dim2Double(nX, nX);
     TransposeMatrix(n, nX, xc, xt);
-    if (MatrixProd(nX, n, n, nX, xt, xc, a) != 0 || MatrixProd(nX, n, n, nY, xt, yc, B) != 0)
-        printf("Matrices are not compatible");
+    // A shape mismatch is the only failure; it is told and the work goes on.
+    if (MatrixProd(nX, n, n, nX, xt, xc, a) != 0) printf("Matrices are not compatible");
+    if (MatrixProd(nX, n, n, nY, xt, yc, B) != 0) printf("Matrices are not compatible");
     double** a1 = dim2Double(nX + 1, nX + 1);
     double** b1 = dim2Double(nX + 1, nY + 1);
     Convertn_n1(nX, nX, a, a1);
@@ -110,7 +111,11 @@ int regression(int n, int nY, int nX, double** Y, double** X, double** B, double
     }
     for (int i = 0; i < n; i++)
         for (int j = 0; j < nY; j++) predicted[i][j] = 0.0;
-    if (nX > 0) MatrixProd(n, nX, nX, nY, X, B, predicted);
+    // The predictions come from the centred predictors with their means put
+    // back, not from X itself: the two differ in the last bits.
+    for (int i = 0; i < n; i++)
+        for (int k = 0; k < nX; k++) xc[i][k] += meanX[k];
+    if (nX > 0) MatrixProd(n, nX, nX, nY, xc, B, predicted);
     // r2 is taken before the intercept is added: it moves no sum of squares.
     for (int j = 0; j < nY; j++) {
         for (int i = 0; i < n; i++) column[i] = predicted[i][j];
@@ -221,16 +226,17 @@ static double** SelectColumns(int n, int nX, double** X, int* select, int* width
 }
 
 // Short regression of Y on the chosen predictors; predicted is n by nY.
+// Without a selection X is used as it stands, with no copy.
 static void FitSelected(int n, int nY, int nX, double** Y, double** X, int* select,
                         double** predicted)
 {
-    int width;
-    double** chosen = SelectColumns(n, nX, X, select, &width);
+    int width = nX;
+    double** chosen = select != nullptr ? SelectColumns(n, nX, X, select, &width) : X;
     double** B = dim2Double(width > 0 ? width : 1, nY);
     double* b0 = dim1Double(nY);
     double* r2 = dim1Double(nY);
     regression(n, nY, width, Y, chosen, B, b0, predicted, r2);
-    free2D(chosen, n);
+    if (chosen != X) free2D(chosen, n);
     free2D(B, width > 0 ? width : 1);
     free1D(b0);
     free1D(r2);
@@ -273,46 +279,54 @@ int Regression_PredictedSelect(int n, int nY, int nX, double** Y, double** X,
     return 1;
 }
 
+int PCA_RegressionComponents(int n, int nX, double** X, int* select, int option,
+                             double overfitFactorPCARegr, double** components)
+{
+    int m = 0;
+    for (int k = 0; k < nX; k++)
+        if (select == nullptr || select[k] == 1) m++;
+    if (n < 1 || m < 1) return 0;
+    // The chosen predictors become the rows of V.
+    double** v = dim2Double(m, n);
+    for (int k = 0, row = 0; k < nX; k++) {
+        if (select != nullptr && select[k] != 1) continue;
+        for (int i = 0; i < n; i++) v[row][i] = X[i][k];
+        row++;
+    }
+    if (option == 1) {
+        CenterRowsCovMV(m, n, v, v);
+    } else {
+        CenterRowsMV(m, n, v, v);
+        NormalizeRowsMV(m, n, v, v);
+    }
+    double** cross = dim2Double(m, m);
+    CrossProductMV(m, n, v, cross);
+    UpperToLowerMatrix(m, cross);
+    // V with its predictors in rows (orientation 1) is read exactly as V
+    // transposed with them in columns would be, without the transposed copy.
+    double** scores = dim2Double(m, n);
+    int axes = OrdinationLib_Scores(m, n, v, cross, scores, 2, option == 1 ? 1 : 17, 1);
+    // Too many components for the number of objects overfit: the
+    // truncation to a whole number comes after the comparison.
+    double limit = (n - 2) / overfitFactorPCARegr;
+    if (limit < axes) axes = limit > 0.0 ? (int)limit : 0;
+    for (int k = 0; k < axes; k++)
+        for (int i = 0; i < n; i++) components[i][k] = scores[k][i];
+    free2D(scores, m);
+    free2D(cross, m);
+    free2D(v, m);
+    return axes;
+}
+
 int PCA_Regression_ResidualsSelect(int n, int nY, int nX, double** Y, double** X,
                                    double** residuals, int* select, int option,
                                    double overfitFactorPCARegr)
 {
     if (n < 1 || nY < 1) return 1;
-    int m;
-    double** chosen = SelectColumns(n, nX, X, select, &m);
-    int axes = 0;
-    double** components = dim2Double(n, m > 0 ? m : 1);
-    if (m > 0) {
-        // The predictors become the rows of V.
-        double** v = dim2Double(m, n);
-        TransposeMatrix(n, m, chosen, v);
-        if (option == 1) {
-            CenterRowsCovMV(m, n, v, v);
-        } else {
-            CenterRowsMV(m, n, v, v);
-            NormalizeRowsMV(m, n, v, v);
-        }
-        double** cross = dim2Double(m, m);
-        CrossProductMV(m, n, v, cross);
-        UpperToLowerMatrix(m, cross);
-        double** vt = dim2Double(n, m);
-        TransposeMatrix(m, n, v, vt);
-        double** scores = dim2Double(m, n);
-        axes = OrdinationLib_Scores(m, n, vt, cross, scores, 2, option == 1 ? 1 : 17, 2);
-        // Too many components for the number of objects overfit: the
-        // truncation to a whole number comes after the comparison.
-        double limit = (n - 2) / overfitFactorPCARegr;
-        if (limit < axes) axes = limit > 0.0 ? (int)limit : 0;
-        for (int k = 0; k < axes; k++)
-            for (int i = 0; i < n; i++) components[i][k] = scores[k][i];
-        free2D(scores, m);
-        free2D(vt, n);
-        free2D(cross, m);
-        free2D(v, m);
-    }
+    double** components = dim2Double(n, nX > 0 ? nX : 1);
+    int axes = PCA_RegressionComponents(n, nX, X, select, option, overfitFactorPCARegr, components);
     Regression_ResidualsSelect(n, nY, axes, Y, components, residuals, nullptr);
     free2D(components, n);
-    free2D(chosen, n);
     return 1;
 }
 

@@ -45,6 +45,13 @@ int PCA_Regression_ResidualsSelect(int n, int nY, int nX, double** Y, double** X
                                    double** residuals, int* select, int option,
                                    double overfitFactorPCARegr);
 
+// The regressors of PCA_Regression_ResidualsSelect: the leading
+// principal components of the selected columns of X, written to the first
+// columns of `components` (n by at least the number selected); returns their
+// number. Lets a caller regress several responses on the same components.
+int PCA_RegressionComponents(int n, int nX, double** X, int* select, int option,
+                             double overfitFactorPCARegr, double** components);
+
 // Inverse of the square matrix a (rows by cols, rows == cols) into inverse.
 // Returns 1, or 0 for a singular matrix.
 int MatrixInverse(int rows, int cols, double** a, double** inverse);

@@ -416,9 +416,10 @@ static void ComputeMeasure(int rows, int cols, double** data, double** out, int 
     case 7: MutualEntropyPairwiseMV(rows, cols, data, out, p1, tables); break;
     case 8:
         CoheCoefPairwiseMV(rows, cols, data, out, p1, tables);
-        // Coherence turned to a distance, diagonal included (it is 0 there).
+        // Coherence turned to a distance over the pairs i < j only: the
+        // diagonal keeps the coherence of each variable with itself.
         for (int i = 0; i < rows; i++)
-            for (int j = i; j < rows; j++) {
+            for (int j = i + 1; j < rows; j++) {
                 double root = std::sqrt(1.0 - out[i][j] * out[i][j]);
                 out[i][j] = root > 0.0 ? root : 0.0;
             }

@@ -67,9 +67,26 @@ void BM_ProcrustesCoeff(benchmark::State& state)
     free2D(b, kCommunities);
 }
 
+// Partial RV given one control matrix of 6 columns, as the permutation test
+// computes it: X (OTU types) against E (4 variables), given T.
+void BM_PartialMatrixCorrelation(benchmark::State& state)
+{
+    int p = (int)state.range(0);
+    double** a = RandomMatrix(kCommunities, p, 3u);
+    double** b = RandomMatrix(kCommunities, 4, 5u);
+    double** t = RandomMatrix(kCommunities, 6, 7u);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(
+            PartialMatrixCorrelation(kCommunities, p, 4, a, b, 3, 2.0, 1, 6, (int*)nullptr, t));
+    free2D(a, kCommunities);
+    free2D(b, kCommunities);
+    free2D(t, kCommunities);
+}
+
 }  // namespace
 
 BENCHMARK(BM_MatrixCorr);
 BENCHMARK(BM_RVcoeff)->Args({5, 8})->Args({10, 40});
 BENCHMARK(BM_ProcrustesCoeff)->Args({5, 8})->Args({10, 40});
+BENCHMARK(BM_PartialMatrixCorrelation)->Arg(8)->Arg(40);
 BENCHMARK_MAIN();

@@ -52,7 +52,7 @@ double ProbMantel(int n, int niter, double** A, double** B, double* observed) {
   int* list = dim1Dint(side);
   for (int i = 0; i < n; i++)
     for (int j = i; j < n; j++) work[i][j] = work[j][i] = A[i][j];
-  double r = MatrixCorr(n, work, B);
+  double rObserved = MatrixCorr(n, work, B);
   double count = 1.0;
   for (int it = 1; it < niter; it++) {
     Status("Permutation test: %d of %d", it, niter);
@@ -60,9 +60,9 @@ double ProbMantel(int n, int niter, double** A, double** B, double* observed) {
     for (int a = 0; a < n; a++)
       for (int b = a + 1; b < n; b++) permuted[a][b] = work[list[a] - 1][list[b] - 1];
     double random = MatrixCorr(n, permuted, B);
-    if (IsLargerThanOrEqual(random, r, 1, true)) count += 1.0;
+    if (IsLargerThanOrEqual(random, rObserved, 1, true)) count += 1.0;
   }
-  *observed = r;
+  *observed = rObserved;
   free2D(work, side);
   free2D(permuted, side);
   free1D(list);
@@ -335,15 +335,15 @@ bool Communality(int nRows, int nCols, double** data, double* communality, int* 
     for (int j = 0; j < nCols; j++) work[k][j] = data[origin[k]][j];
   }
   CenterRowsCovMV(nRows, nCols, work, work);
-  int r = nRows;
-  for (; r > 0; r--) {
-    CrossProductMV(r, nCols, work, C);
-    MirrorUpper(r, C);
-    if (MatrixInverse(r, r, C, V)) break;
+  int kept = nRows;
+  for (; kept > 0; kept--) {
+    CrossProductMV(kept, nCols, work, C);
+    MirrorUpper(kept, C);
+    if (MatrixInverse(kept, kept, C, V)) break;
   }
-  *rank = r;
+  *rank = kept;
   for (int i = 0; i < nRows; i++) communality[i] = -999.0;
-  for (int i = 0; i < r; i++) communality[origin[i]] = (C[i][i] - 1.0 / V[i][i]) / C[i][i];
+  for (int i = 0; i < kept; i++) communality[origin[i]] = (C[i][i] - 1.0 / V[i][i]) / C[i][i];
   free1D(positives);
   free1D(index);
   free1D(origin);

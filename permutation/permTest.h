@@ -5,13 +5,8 @@
 
 #include <cstdio>
 
-extern bool permTestPlainLoops; // true: every iteration runs the products and
-                                // entropies over all OTUs (checks of the
-                                // faster path, which skips zero abundances)
-
-extern double permTestSmallWork; // half communities squared times columns below
-                                 // which the test runs its inner parallel
-                                 // loops on one thread (same results)
+extern bool permTestPlainLoops;   // true: iterations run over all OTUs (checks the faster path)
+extern double permTestSmallWork;  // distance work below which iterations run on one thread
 
 // Number of statistics (and of probabilities) the test returns.
 #define N_PERMTEST_STATS 22

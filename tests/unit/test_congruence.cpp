@@ -4,12 +4,14 @@
 #include <cmath>
 
 #include "TarnLib/tarnlibCongruence.h"
+#include "TarnLib/tarnlibRegression.h"
 #include "tests/unit/test_reseHelpers.h"
 
 using namespace testrese;
 
 namespace {
 
+// Pearson correlation of the pairs i < j with no -999 on either side.
 double PearsonOfPairs(int n, double** a, double** b)
 {
     double xs[64], ys[64], mx = 0, my = 0, sxy = 0, sxx = 0, syy = 0;
@@ -29,42 +31,35 @@ double PearsonOfPairs(int n, double** a, double** b)
     return sxy / std::sqrt(sxx * syy);
 }
 
-// X' Y (p by q, at most 3 by 3) after centring columns and scaling each
-// matrix to a total sum of squares of 1.
-void ScaledCross(int rows, int p, int q, double** a, double** b, double c[3][3])
+// X' Y (at most 3 by 3) of the data with centred columns, each matrix scaled
+// to a total sum of squares of 1; returns the squared Frobenius norm.
+double ScaledCross(int rows, int p, int q, double** a, double** b, double c[3][3])
 {
-    double** x = dim2Double(rows, p);
-    double** y = dim2Double(rows, q);
+    double** m[2] = {dim2Double(rows, p), dim2Double(rows, q)};
     double** in[2] = {a, b};
-    double** out[2] = {x, y};
     int cols[2] = {p, q};
-    for (int m = 0; m < 2; m++) {
+    for (int s = 0; s < 2; s++) {
         double total = 0;
-        for (int j = 0; j < cols[m]; j++) {
+        for (int j = 0; j < cols[s]; j++) {
             double mean = 0;
-            for (int i = 0; i < rows; i++) mean += in[m][i][j] / rows;
+            for (int i = 0; i < rows; i++) mean += in[s][i][j] / rows;
             for (int i = 0; i < rows; i++) {
-                out[m][i][j] = in[m][i][j] - mean;
-                total += out[m][i][j] * out[m][i][j];
+                m[s][i][j] = in[s][i][j] - mean;
+                total += m[s][i][j] * m[s][i][j];
             }
         }
         for (int i = 0; i < rows; i++)
-            for (int j = 0; j < cols[m]; j++) out[m][i][j] /= std::sqrt(total);
+            for (int j = 0; j < cols[s]; j++) m[s][i][j] /= std::sqrt(total);
     }
+    double norm = 0;
     for (int s = 0; s < p; s++)
         for (int t = 0; t < q; t++) {
             c[s][t] = 0;
-            for (int i = 0; i < rows; i++) c[s][t] += x[i][s] * y[i][t];
+            for (int i = 0; i < rows; i++) c[s][t] += m[0][i][s] * m[1][i][t];
+            norm += c[s][t] * c[s][t];
         }
-    Free(rows, {x, y});
-}
-
-double SquaredNorm(int p, int q, double c[3][3])
-{
-    double s = 0;
-    for (int i = 0; i < p; i++)
-        for (int j = 0; j < q; j++) s += c[i][j] * c[i][j];
-    return s;
+    Free(rows, {m[0], m[1]});
+    return norm;
 }
 
 }  // namespace
@@ -98,15 +93,14 @@ TEST(CongruenceProcrustes, SumOfSingularValuesOfScaledCrossProduct)
     double** v = Noise(9, 1, 5u);
     double** w = Noise(9, 3, 8u);
     double c[3][3];
-    // two columns each: the singular values of a 2 by 2 matrix sum to
-    // the root of (its squared norm + 2 |det|)
-    ScaledCross(9, 2, 2, a, b, c);
+    // the singular values of a 2 by 2 matrix sum to root(squared norm + 2 |det|)
+    double norm = ScaledCross(9, 2, 2, a, b, c);
     double det = c[0][0] * c[1][1] - c[0][1] * c[1][0];
-    EXPECT_NEAR(ProcrustesCoeff(9, 2, 2, a, b), std::sqrt(SquaredNorm(2, 2, c) + 2 * std::fabs(det)), 1e-12);
+    EXPECT_NEAR(ProcrustesCoeff(9, 2, 2, a, b), std::sqrt(norm + 2 * std::fabs(det)), 1e-12);
     // a single column: the one singular value is the norm of X' y
-    ScaledCross(9, 3, 1, w, v, c);
-    EXPECT_NEAR(ProcrustesCoeff(9, 3, 1, w, v), std::sqrt(SquaredNorm(3, 1, c)), 1e-12);
-    EXPECT_NEAR(ProcrustesCoeff(9, 1, 3, v, w), std::sqrt(SquaredNorm(3, 1, c)), 1e-12) << "swapped";
+    norm = ScaledCross(9, 3, 1, w, v, c);
+    EXPECT_NEAR(ProcrustesCoeff(9, 3, 1, w, v), std::sqrt(norm), 1e-12);
+    EXPECT_NEAR(ProcrustesCoeff(9, 1, 3, v, w), std::sqrt(norm), 1e-12) << "swapped";
     EXPECT_NEAR(ProcrustesCoeff(9, 2, 3, a, w), ProcrustesCoeff(9, 3, 2, w, a), 1e-12) << "swapped";
     EXPECT_NEAR(ProcrustesCoeff(9, 2, 2, a, b), ProcrustesCoeff(9, 2, 2, b, a), 1e-12) << "swapped";
     EXPECT_NEAR(ProcrustesCoeff(9, 1, 1, v, v), 1.0, 1e-12);
@@ -117,12 +111,10 @@ TEST(CongruenceRV, AgreesWithEscoufierDefinition)
 {
     double** a = Noise(8, 3, 11u);
     double** b = Noise(8, 2, 13u);
-    double xy[3][3], xx[3][3], yy[3][3];
-    ScaledCross(8, 3, 2, a, b, xy);
-    ScaledCross(8, 3, 3, a, a, xx);
-    ScaledCross(8, 2, 2, b, b, yy);
+    double c[3][3];
     // RV = ||X'Y||^2 / (||X'X|| ||Y'Y||), Frobenius norms of centred data
-    double rv = SquaredNorm(3, 2, xy) / std::sqrt(SquaredNorm(3, 3, xx) * SquaredNorm(2, 2, yy));
+    double rv = ScaledCross(8, 3, 2, a, b, c) /
+                std::sqrt(ScaledCross(8, 3, 3, a, a, c) * ScaledCross(8, 2, 2, b, b, c));
     EXPECT_NEAR(RVcoeff(8, 3, 2, a, b), rv, 1e-12);
     EXPECT_NEAR(RVcoeff(8, 2, 3, b, a), rv, 1e-12);
     EXPECT_NEAR(RVcoeff(8, 3, 3, a, a), 1.0, 1e-12);
@@ -146,75 +138,64 @@ TEST(CongruencePartial, PartialCorrelationsAtTheEdgesAndPartialMantel)
     Free(7, {a, b, c});
 }
 
-TEST(CongruencePartial, PartialMatrixCorrelationOnResiduals)
+TEST(CongruencePartial, PartialMatrixCorrelationOnPcaResiduals)
 {
-    double** a = Noise(10, 3, 31u);
-    double** b = Noise(10, 2, 37u);
-    double** z = Noise(10, 2, 43u);
+    const int n = 10;
+    double** a = Noise(n, 3, 31u);
+    double** b = Noise(n, 2, 37u);
+    double** z = Noise(n, 2, 43u);
+    double** ra = dim2Double(n, 3);
+    double** rb = dim2Double(n, 2);
+    PCA_Regression_ResidualsSelect(n, 3, 2, a, z, ra, nullptr, 2, 4.0);
+    PCA_Regression_ResidualsSelect(n, 2, 2, b, z, rb, nullptr, 2, 4.0);
+    EXPECT_EQ(PartialMatrixCorrelation(n, 3, 2, a, b, 3, 4.0, 1, 2, (int*)nullptr, z), RVcoeff(n, 3, 2, ra, rb));
+    EXPECT_EQ(PartialMatrixCorrelation(n, 3, 2, a, b, 2, 4.0, 1, 2, (int*)nullptr, z),
+              ProcrustesCoeff(n, 3, 2, ra, rb));
+    EXPECT_EQ(PartialMatrixCorrelation(n, 3, 2, a, b, 1, 4.0, 1, 2, (int*)nullptr, z), 0.0);
+    EXPECT_TRUE(std::isnan(PartialMatrixCorrelation(n, 3, 2, a, b, 3, 4.0, 0))) << "no control: zero residuals";
+    // no column selected: residuals are the centred data
     int none[2] = {0, 0}, second[2] = {0, 1};
-    // no predictor selected: residuals are the centred data
-    EXPECT_NEAR(PartialMatrixCorrelation(10, 3, 2, a, b, 3, 2.0, 1, 2, none, z), RVcoeff(10, 3, 2, a, b), 1e-12);
-    EXPECT_NEAR(PartialMatrixCorrelation(10, 3, 2, a, b, 2, 2.0, 1, 2, none, z),
-                ProcrustesCoeff(10, 3, 2, a, b), 1e-12);
-    EXPECT_EQ(PartialMatrixCorrelation(10, 3, 2, a, b, 1, 2.0, 1, 2, nullptr, z), 0.0);
-    // one matrix of two columns, or three controls giving the same two columns
-    double** z0 = dim2Double(10, 1);
-    double** w = dim2Double(10, 2);
-    for (int i = 0; i < 10; i++) {
+    EXPECT_NEAR(PartialMatrixCorrelation(n, 3, 2, a, b, 3, 2.0, 1, 2, none, z), RVcoeff(n, 3, 2, a, b), 1e-12);
+    // controls are joined side by side, selected columns only
+    double** z0 = dim2Double(n, 1);
+    double** w = dim2Double(n, 2);
+    for (int i = 0; i < n; i++) {
         z0[i][0] = z[i][0];
         w[i][0] = -7.5;
         w[i][1] = z[i][1];
     }
-    double joined = PartialMatrixCorrelation(10, 3, 2, a, b, 3, 1.0, 1, 2, nullptr, z);
-    double split = PartialMatrixCorrelation(10, 3, 2, a, b, 3, 1.0, 3, 1, nullptr, z0, 2, none, b, 2, second, w);
+    double joined = PartialMatrixCorrelation(n, 3, 2, a, b, 3, 1.0, 1, 2, (int*)nullptr, z);
+    double split = PartialMatrixCorrelation(n, 3, 2, a, b, 3, 1.0, 3, 1, (int*)nullptr, z0, 2, none, b, 2, second, w);
     EXPECT_NEAR(joined, split, 1e-12);
-    EXPECT_GT(std::fabs(joined - RVcoeff(10, 3, 2, a, b)), 1e-6) << "the control must change RV";
-    Free(10, {a, b, z, z0, w});
+    Free(n, {a, b, z, ra, rb, z0, w});
 }
 
 TEST(CongruenceOther, CoefficientsOfPairs)
 {
-    double** a = Symmetric(5, 61u);
-    double** b = dim2Double(5, 5);
-    double** e = dim2Double(5, 5);
-    double** z = dim2Double(5, 5);
-    for (int i = 0; i < 25; i++) {
-        b[i / 5][i % 5] = 2.0 * a[i / 5][i % 5] + 1.5;
-        e[i / 5][i % 5] = std::exp(a[i / 5][i % 5]);
-    }
-    double sumAbs = 0, sumSq = 0, sa = 0, sb = 0, cross = 0, ssa = 0, ssb = 0;
-    for (int i = 0; i < 5; i++)
-        for (int j = i + 1; j < 5; j++) {
-            sumAbs += std::fabs(a[i][j] - b[i][j]);
-            sumSq += (a[i][j] - b[i][j]) * (a[i][j] - b[i][j]);
-            sa += a[i][j];
-            sb += b[i][j];
-            cross += a[i][j] * b[i][j];
-            ssa += a[i][j] * a[i][j];
-            ssb += b[i][j] * b[i][j];
-        }
-    EXPECT_NEAR(MatrixStress(5, a, b), 0.0, 1e-12);
-    EXPECT_NEAR(MatrixRankCorr(5, a, e), 1.0, 1e-12) << "ranks ignore monotone changes";
-    EXPECT_NEAR(MatrixAbsValDist(5, a, b), sumAbs, 1e-12);
-    EXPECT_NEAR(MatrixEudDist(5, a, b), std::sqrt(sumSq), 1e-12);
-    EXPECT_NEAR(MatrixCos(5, a, b), cross / std::sqrt(ssa * ssb), 1e-12);
-    EXPECT_NEAR(MatrixCov(5, a, b), (cross - sa * sb / 10) / 9, 1e-12);
-    EXPECT_NEAR(MatrixCorrAdj(5, a, b), 1.0, 1e-12);
+    // pairs of a: 1, 2, 4; of b = 1.5 - 2a: -0.5, -2.5, -6.5; of e: 2, 0.5, 1
+    const double av[] = {0, 1, 2, 9, 0, 4, 9, 9, 0}, ev[] = {0, 2, 0.5, 0, 0, 1, 0, 0, 0};
+    double** a = FromRows(3, 3, av);
+    double** e = FromRows(3, 3, ev);
+    double** b = dim2Double(3, 3);
+    double** z = dim2Double(3, 3);
+    for (int i = 0; i < 9; i++) b[i / 3][i % 3] = 1.5 - 2.0 * av[i];
+    EXPECT_NEAR(MatrixStress(3, a, b), 0.0, 1e-12);
+    EXPECT_NEAR(MatrixCorrAdj(3, a, b), -1.0, 1e-12);
+    EXPECT_NEAR(MatrixRankCorr(3, a, b), -1.0, 1e-12);
+    EXPECT_NEAR(MatrixRankCorr(3, a, e), -0.5, 1e-12);
+    EXPECT_NEAR(MatrixCov(3, a, e), -7.0 / 12.0, 1e-12);
+    EXPECT_NEAR(MatrixAbsValDist(3, a, e), 5.5, 1e-12);
+    EXPECT_NEAR(MatrixEudDist(3, a, e), 3.5, 1e-12);
+    EXPECT_NEAR(MatrixCos(3, a, e), 7.0 / std::sqrt(21.0 * 5.25), 1e-12);
+    EXPECT_NEAR(MatrixStressKruskal(3, a, e), std::sqrt(12.25 / 10.0625), 1e-12);
+    EXPECT_EQ(MatrixStressKruskal(3, z, z), -1.0);
+    EXPECT_EQ(MatrixCos(3, a, z), 0.0);
     double x, y;
-    EXPECT_NEAR(MatrixProdMomentAdj(5, &x, &y, a, b) / std::sqrt(x * y), 1.0, 1e-5);
-    EXPECT_NEAR(MatrixDist(5, a, b), MatrixDist(5, b, a), 1e-6);
-    EXPECT_EQ(MatrixStressKruskal(5, z, z), -1.0);
-    EXPECT_EQ(MatrixCos(5, a, z), 0.0);
-    // whole-matrix helpers
-    double all = 0, sq = 0, ab = 0;
-    for (int i = 0; i < 25; i++) {
-        double p = a[i / 5][i % 5], q = e[i / 5][i % 5];
-        all += p * q;
-        sq += (p - q) * (p - q);
-        ab += std::fabs(p - q);
-    }
-    EXPECT_NEAR(vecProd(5, a, e), all, 1e-10);
-    EXPECT_NEAR(SQMatrixDeviations(5, 5, a, e), 1.0 - sq / 10.0, 1e-10);
-    EXPECT_NEAR(SumAbsMatrixDeviations(5, 5, a, e), 1.0 - ab / 10.0, 1e-10);
-    Free(5, {a, b, e, z});
+    EXPECT_NEAR(MatrixProdMomentAdj(3, &x, &y, a, b) / std::sqrt(x * y), -1.0, 1e-6);
+    EXPECT_NEAR(MatrixDist(3, a, a), 0.0, 1e-6);
+    // whole-matrix helpers, diagonals and lower triangles included
+    EXPECT_NEAR(vecProd(3, a, e), 7.0, 1e-12);
+    EXPECT_NEAR(SQMatrixDeviations(3, 3, a, e), 1.0 - 255.25 / 6.0, 1e-12);
+    EXPECT_NEAR(SumAbsMatrixDeviations(3, 3, a, e), 1.0 - 32.5 / 6.0, 1e-12);
+    Free(3, {a, b, e, z});
 }

@@ -113,8 +113,7 @@ TEST(EntropyPairwise, ChiSquareAndMdisOfVariableWithItself)
 
 TEST(EntropyPairwise, TablesFileWrittenOnRequest)
 {
-    char dir[] = "/tmp/kolven_entropyXXXXXX";
-    char here[4096];
+    char dir[] = "/tmp/kolven_entropyXXXXXX", here[4096], text[2048] = "";
     ASSERT_NE(mkdtemp(dir), nullptr);
     ASSERT_NE(getcwd(here, sizeof here), nullptr);
     ASSERT_EQ(chdir(dir), 0);
@@ -122,7 +121,6 @@ TEST(EntropyPairwise, TablesFileWrittenOnRequest)
     double** x = FromRows(2, 4, v);
     double** out = dim2Double(2, 2);
     CoheCoefPairwiseMV(2, 4, x, out, 1.0, 1);
-    char text[2048] = "";
     FILE* f = fopen("Tables.txt", "r");
     if (f != nullptr) {
         text[fread(text, 1, sizeof text - 1, f)] = '\0';
@@ -140,19 +138,20 @@ TEST(EntropyPairwise, TablesFileWrittenOnRequest)
 
 TEST(EntropyDivergence, RowsOfFrequenciesAndProfiles)
 {
-    const double v[] = {2, 0, 3, 1, 1, 8};
-    double** x = FromRows(2, 3, v);
-    double** out = dim2Double(2, 2);
-    MutualInformationMV(2, 3, x, out);
+    const double v[] = {2, 0, 3, 1, 1, 8, 0, 0, 0};
+    double** x = FromRows(3, 3, v);
+    double** out = dim2Double(3, 3);
+    MutualInformationMV(3, 3, x, out);
     double d = 2 * std::log(4.0 / 3) + std::log(2.0 / 3) + std::log(2.0) + 3 * std::log(6.0 / 11) +
                8 * std::log(16.0 / 11);
     double totals = 5 * std::log(10.0 / 15) + 10 * std::log(20.0 / 15);
     EXPECT_NEAR(out[0][1], d - totals, 1e-5);
-    IDivergenceMV(2, 3, x, out);
+    EXPECT_TRUE(std::isnan(out[0][2])) << "an empty row gives 0 log 0 in the adjustment, not 0";
+    IDivergenceMV(3, 3, x, out);
     EXPECT_EQ(out[0][1], (double)(float)out[0][1]) << "sums are kept in float";
     double a[] = {1, 3}, b[] = {2, 2}, zero[] = {0, 0};
     EXPECT_NEAR(SumAbsDeviations(2, a, b, false), 0.25, 1e-15);
     EXPECT_NEAR(SumAbsDeviations(2, a, b, true), 0.0625, 1e-15);
     EXPECT_EQ(SumAbsDeviations(2, a, zero, false), 0.0);
-    Free(2, {x, out});
+    Free(3, {x, out});
 }

@@ -106,6 +106,9 @@ TEST(ReseEntropyCodes, NominalVariablesAsRows)
         double** out = Rese(3, 4, x, k.code);
         EXPECT_NEAR(out[0][1], k.same, 1e-7) << "code " << k.code;
         EXPECT_NEAR(out[2][0], k.independent, 1e-7) << "code " << k.code;
+        if (k.code == 8) {
+            EXPECT_NEAR(out[1][1], 1.0, 1e-7) << "code 8 turns only the pairs i < j to distances";
+        }
         Free(3, {out});
     }
     // code 4 on frequency rows of equal totals: 3 log(4/3)
@@ -190,22 +193,18 @@ TEST(ReseDispatcher, ColumnsAsObjectsUnknownCodeAndTranslation)
 
 TEST(ReseConversions, GowerCentringGivesCentredCoordinateProducts)
 {
-    const double pos[] = {0.0, 1.5, 4.0};  // points on a line
+    const double pos[] = {0.0, 1.5, 4.0}, mean = 5.5 / 3.0;  // points on a line
     double** d = dim2Double(3, 3);
-    for (int i = 0; i < 3; i++)
-        for (int j = 0; j < 3; j++) d[i][j] = std::fabs(pos[i] - pos[j]);
     double** b = dim2Double(3, 3);
+    for (int i = 0; i < 9; i++) d[i / 3][i % 3] = std::fabs(pos[i / 3] - pos[i % 3]);
     DissToCenterProdMatrix(3, d, b, false);
-    double mean = 5.5 / 3.0;
     for (int i = 0; i < 3; i++)
         for (int j = i; j < 3; j++)
             EXPECT_NEAR(b[i][j], (pos[i] - mean) * (pos[j] - mean), 1e-12) << i << "," << j;
     EXPECT_EQ(b[2][0], 0.0) << "lower triangle must not be written";
-    for (int i = 0; i < 3; i++)
-        for (int j = 0; j < i; j++) b[i][j] = b[j][i];
     ProdToSqDist(3, b, d);
     EXPECT_NEAR(d[0][2], 16.0, 1e-12);
-    // in-place conversions of a correlation of 0.375
+    // in place: a correlation of 0.375 is a squared distance of 1.25
     double** c = dim2Double(2, 2);
     c[0][0] = c[1][1] = 1.0;
     c[0][1] = c[1][0] = 0.375;
