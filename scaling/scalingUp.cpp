@@ -426,8 +426,8 @@ static void TypeAverages(ScalingWork* w, int g) {
 }
 
 // Step 26: the permutation test of the pass; its statistics replace r(TE).
-static void RunTests(ScalingWork* w, int g) {
-  snprintf(whichRndData, sizeof whichRndData, "%s%s", sessionName, rndDataExt);
+// Returns the open intermediate file, closed once the statistics are reported.
+static FILE* RunTests(ScalingWork* w, int g) {
   FILE* detail = fopenck(whichRndData, volumeName, "w");
   if (detail == nullptr) {
     fflush(stdout);
@@ -487,7 +487,7 @@ static void RunTests(ScalingWork* w, int g) {
     w->probs[s] = in.probabilities[s];
   }
   w->tested = true;
-  fclose(detail);
+  return detail;
 }
 
 // Step 25 and what follows it: one pass for g types.
@@ -512,8 +512,9 @@ static void TypePass(ScalingWork* w, FILE* f, int g, int nMono) {
   ReportPartition(f, g, w->monoLabels, nMono, w->labels, w->distinct, w->U, w->C);
   TypeAverages(w, g);
   ReportTypeMatrices(f, g, w->sizes, w->A, w->Xcrisp, w->X, w->mask);
-  if (optRndTests) RunTests(w, g);
+  FILE* detail = optRndTests ? RunTests(w, g) : nullptr;
   ReportStatistics(f, w->stats, w->probs, w->tested, g, w->sizes, w->mask, w->time0);
+  if (detail != nullptr) fclose(detail);
   ReportDiversity(f, w->D, w->Rf, w->FR, w->Rp, w->PR);
 }
 
@@ -534,6 +535,7 @@ void PFTs_ScalingUp() {
   optUnitTotalAdjust1 = 1;
   nMaxCSTGroupsChRank = nMinCSTGroupsChRank = nGrPoly[0];
   nKeepTrack = 100;
+  snprintf(whichRndData, sizeof whichRndData, "%s%s", sessionName, rndDataExt);
   // A phylogeny asked for without its matrix or taxa can't be considered.
   if (includePhylogeny && (phylogenyRese == nullptr || partition_OTUs_Phyl == nullptr ||
                            (phylogenyMatrixType == 2 && (phylogenyData == nullptr ||
