@@ -151,13 +151,14 @@ char* IntToAlpha(int n, char* out) {
 // ---------------------------------------------------------------------------
 // Counting of states
 
-// Elements that are not states (-999, other negatives, not-a-number) are
-// skipped, so they never index the table.
+// Elements that are not states (-999, other negatives, not-a-number, and
+// numbers beyond the int range, whose truncation is undefined) are skipped,
+// so they never index the table.
 template <typename T>
 static int CountStatesOf(int n, T* x, int* states) {
   int maximum = -2147483647;
   for (int i = 0; i < n; i++)
-    if (x[i] != -999 && x[i] > maximum) maximum = (int)x[i];
+    if (x[i] != -999 && x[i] > maximum && x[i] < 2147483647.0) maximum = (int)x[i];
   if (maximum < 0) return 0;
   int* table = dim1Dint(maximum + 1);
   for (int i = 0; i < n; i++)

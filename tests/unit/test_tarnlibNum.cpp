@@ -106,8 +106,8 @@ TEST(TarnlibNumStates, CountsAndLists) {
   EXPECT_EQ(fs[0], 1);
   EXPECT_EQ(fs[1], 3);
   EXPECT_EQ(fs[2], 7);
-  double missing[] = {-999, -999};
-  EXPECT_EQ(CountStates(2, missing), 0);
+  double missing[] = {-999, -999, 3e12};
+  EXPECT_EQ(CountStates(3, missing), 0) << "no state, not even from a number beyond int";
 }
 
 TEST(TarnlibNumCompare, QsortOrders) {
