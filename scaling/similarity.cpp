@@ -383,6 +383,34 @@ static inline bool identicalPair(double** S, int* partition, int i, int j) {
   return partition[j] == partition[i] && AlmostEqual2sComplement(S[i][j], 1.0, 1);
 }
 
+// Flags every object of a group that is identical to an earlier unflagged one
+// (rep = that one, one-based) and takes it out of its group's size. Finding
+// the pairs is the costly part and runs in parallel; which object of a set
+// stays unflagged is then settled in index order, so that the flags never
+// depend on the number of threads.
+static void flagIdenticals(int n, double** S, int* partition, int nDistinct, int* distinct, double* size,
+                           int* rep, char* flag) {
+  char* hasTwin = dim1Dchar(n);
+#pragma omp parallel for schedule(static)
+  for (int i = 0; i < n - 1; i++)
+    for (int j = i + 1; j < n; j++)
+      if (identicalPair(S, partition, i, j)) {
+        hasTwin[i] = 1;
+        break;
+      }
+  for (int i = 0; i < n - 1; i++) {
+    if (flag[i] || !hasTwin[i]) continue;
+    for (int j = i + 1; j < n; j++)
+      if (!flag[j] && identicalPair(S, partition, i, j)) {
+        flag[j] = 1;
+        rep[j] = i + 1;
+        int g = groupIndex(partition[i], nDistinct, distinct);
+        if (g >= 0) size[g] -= 1.0;
+      }
+  }
+  free1D(hasTwin);
+}
+
 bool FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U, bool isDissimilarity) {
   if (n < 1) return true;
   int* distinct = dim1Dint(n);
@@ -390,7 +418,6 @@ bool FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U, 
   double* size = dim1Double(n); // objects per group, identicals counted once
   int* rep = dim1Dint(n);
   char* flag = dim1Dchar(n);
-  char* hasTwin = dim1Dchar(n);
   int nDistinct = n;
   if (partition) CountGroupsNew(n, partition, &nDistinct, distinct);
   for (int i = 0; i < n; i++) {
@@ -399,28 +426,7 @@ bool FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U, 
     if (g >= 0) size[g] += 1.0;
     rep[i] = i + 1;
   }
-  if (partition) {
-    // Finding the pairs of identical objects is the costly part and runs in
-    // parallel; which object of a set stays unflagged is then settled in
-    // index order, so that the flags never depend on the number of threads.
-#pragma omp parallel for schedule(static)
-    for (int i = 0; i < n - 1; i++)
-      for (int j = i + 1; j < n; j++)
-        if (identicalPair(S, partition, i, j)) {
-          hasTwin[i] = 1;
-          break;
-        }
-    for (int i = 0; i < n - 1; i++) {
-      if (flag[i] || !hasTwin[i]) continue;
-      for (int j = i + 1; j < n; j++)
-        if (!flag[j] && identicalPair(S, partition, i, j)) {
-          flag[j] = 1;
-          rep[j] = i + 1;
-          int g = groupIndex(partition[i], nDistinct, distinct);
-          if (g >= 0) size[g] -= 1.0;
-        }
-    }
-  }
+  if (partition) flagIdenticals(n, S, partition, nDistinct, distinct, size, rep, flag);
   for (int i = 0; i < n; i++)
     for (int g = 0; g < nGroups; g++) U[i][g] = 0.0;
   UpperToLowerMatrix(n, S);
@@ -439,7 +445,6 @@ bool FuzzyBelonging(int n, int nGroups, double** S, int* partition, double** U, 
   free1D(size);
   free1D(rep);
   free1D(flag);
-  free1D(hasTwin);
   return true;
 }
 

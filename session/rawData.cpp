@@ -47,24 +47,39 @@ const char* SecondWord(const char* name) {
   return nullptr;
 }
 
+// Counts a label on like an odometer over the printable characters '!' to
+// '~', last character fastest. A full turn passes through every printable
+// label of that length once, so a free one is always found.
+void NextPrintableLabel(char* label, int len) {
+  for (int c = len - 1; c >= 0; c--) {
+    if (label[c] >= '!' && label[c] < '~') {
+      label[c]++;
+      return;
+    }
+    label[c] = '!';
+  }
+}
+
 // Makes a label different from the first `n` entries by steps counted from 0:
 // steps 0-3 raise characters 0-3 to upper case, steps 4-7 repeat that with no
-// effect, and from step 8 on each step adds 1 to one character in turn. The
-// additions cycle over the label's own characters so that they stay inside it.
+// effect, and steps 8 on add 1 to character step - 8 while there is one. Then
+// the label is counted on over the printable characters: adding 1 to the same
+// few characters again and again would go round in circles once several
+// hundred names share one label, as with many populations of one species.
+// Only 4-character labels can collide: a shorter one is followed by its
+// terminator, where every entry of the list has a character.
 void MakeLabelUnique(char* label, int n) {
+  int len = (int)strlen(label);
   for (int step = 0; CheckIdenticalLabels(label, spp, n); step++) {
     if (step < 8) {
       int c = step % 4;
       label[c] = (char)toupper((unsigned char)label[c]);
-    } else {
-      int len = (int)strlen(label);
-      if (len == 0) {
-        label[0] = '0';
-        continue;
-      }
-      int c = (step - 8) % len;
+    } else if (step - 8 < len) {
+      int c = step - 8;
       label[c] = (char)(label[c] + 1);
       if (label[c] == '\0' || label[c] == ' ') label[c] = '!';
+    } else {
+      NextPrintableLabel(label, len);
     }
   }
 }
@@ -175,7 +190,13 @@ void ReadTraits(RawFiles* r) {
   fprintf(out, "\n%s\n", lineL);
   tcst = AskCount("Number of OTUs: ");
   nch = AskCount("Enter number of traits (characters): ");
-  // One spare row in the label and type arrays while formatting.
+  // One spare row in the label and type arrays while formatting. The largest
+  // count accepted leaves no room for it, and no memory holds that many
+  // labels anyway: it ends as a failed allocation would.
+  if (nch == 2147483647) {
+    fprintf(stdout, "\a");
+    FailJump(FAIL_MEMORY);
+  }
   chLabel = dim2Dchar(nch + 1, labelWidth + 1);
   chtype = dim1Dint(nch + 1);
   chrange = dim1Double(nch + 1);

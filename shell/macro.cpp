@@ -22,72 +22,88 @@ static void ResetEchoSink() {
   outm = createMacro ? oufpMacro : (runMacro ? oufpRun : nullptr);
 }
 
+// The menu lines that the two modes allow, and the prompt.
+static void ShowMacroMenu() {
+  Menu("SET MACRO MODE");
+  if (createMacro == 0) {
+    fprintf(out, "   N  start creating new macro \n");
+    if (runMacro == 0) fprintf(out, "   R  run macro on file\n");
+  } else {
+    fprintf(out, "   N  stop creating macro \n");
+  }
+  if (runMacro == 1) fprintf(out, "   R  stop running macro on file\n");
+  fprintf(out, "   C  return to main menu \n");
+  fprintf(out, "Type option: ");
+}
+
+static void StopRecording() {
+  createMacro = 0;
+  // The closing R is the answer that stops the replay of this macro.
+  fprintf(outm, "R\n");
+  fclose(oufpMacro);
+  oufpMacro = nullptr;
+  ResetEchoSink();
+  fprintf(out, "\n\n\nMacro saved on file %s\n", whichMacro);
+  Wait();
+}
+
+// Returns 1 when recording has started.
+static int StartRecording() {
+  FILE* fp = OpenMacroFile("w");
+  if (fp == nullptr) return 0;
+  oufpMacro = fp;
+  outm = oufpMacro;
+  createMacro = 1;
+  return 1;
+}
+
+static void StopReplay() {
+  runMacro = 0;
+  fclose(infpMacro);
+  fclose(oufpRun);
+  infpMacro = oufpRun = nullptr;
+  in = stdin;
+  out = stdout;
+  ResetEchoSink();
+  fprintf(out, "\n\n\nMacro:          %s\n", whichMacro);
+  fprintf(out, "Report on file: %s\n", whichRun);
+  fprintf(out, "Type RETURN to continue\n");
+  Wait();
+}
+
+// Returns 1 when the replay has started.
+static int StartReplay() {
+  FILE* macro = OpenMacroFile("r");
+  if (macro == nullptr) return 0;
+  snprintf(whichRun, sizeof whichRun, "%sMacroRunReport", volumeName);
+  FILE* report = fopenck(whichRun, nullptr, "w");
+  if (report == nullptr) {
+    fclose(macro);
+    return 0;
+  }
+  infpMacro = macro;
+  oufpRun = report;
+  in = infpMacro;
+  out = outm = oufpRun;
+  runMacro = 1;
+  return 1;
+}
+
 void IFMacro() {
   for (;;) {
-    Menu("SET MACRO MODE");
-    if (createMacro == 0) {
-      fprintf(out, "   N  start creating new macro \n");
-      if (runMacro == 0) fprintf(out, "   R  run macro on file\n");
-    } else {
-      fprintf(out, "   N  stop creating macro \n");
-    }
-    if (runMacro == 1) fprintf(out, "   R  stop running macro on file\n");
-    fprintf(out, "   C  return to main menu \n");
-    fprintf(out, "Type option: ");
+    ShowMacroMenu();
     int option = toupper(ScanChar(in, "N R C", "input"));
-
     if (option == 'N' && createMacro == 1) {
-      createMacro = 0;
-      // The closing R is the answer that stops the replay of this macro.
-      fprintf(outm, "R\n");
-      fclose(oufpMacro);
-      oufpMacro = nullptr;
-      ResetEchoSink();
-      fprintf(out, "\n\n\nMacro saved on file %s\n", whichMacro);
-      Wait();
+      StopRecording();
       return;
-    }
-    if (option == 'N') {
-      FILE* fp = OpenMacroFile("w");
-      if (fp != nullptr) {
-        oufpMacro = fp;
-        outm = oufpMacro;
-        createMacro = 1;
-        return;
-      }
-      Wait();
-      continue;
     }
     if (option == 'R' && runMacro == 1) {
-      runMacro = 0;
-      fclose(infpMacro);
-      fclose(oufpRun);
-      infpMacro = oufpRun = nullptr;
-      in = stdin;
-      out = stdout;
-      ResetEchoSink();
-      fprintf(out, "\n\n\nMacro:          %s\n", whichMacro);
-      fprintf(out, "Report on file: %s\n", whichRun);
-      fprintf(out, "Type RETURN to continue\n");
-      Wait();
+      StopReplay();
       return;
     }
-    if (option == 'R') {
-      FILE* macro = OpenMacroFile("r");
-      if (macro != nullptr) {
-        snprintf(whichRun, sizeof whichRun, "%sMacroRunReport", volumeName);
-        FILE* report = fopenck(whichRun, nullptr, "w");
-        if (report != nullptr) {
-          infpMacro = macro;
-          oufpRun = report;
-          in = infpMacro;
-          out = outm = oufpRun;
-          runMacro = 1;
-          return;
-        }
-        fclose(macro);
-      }
-      Wait();
+    if (option == 'N' || option == 'R') {
+      if (option == 'N' ? StartRecording() : StartReplay()) return;
+      Wait();  // the file did not open: the menu again
       continue;
     }
     // C

@@ -120,20 +120,25 @@ static int AskFlag(const char* question) {
   return ReadCharIn("y n") == 'n' ? 0 : 1;
 }
 
+// "return to main menu" also when the session menu called the dialogue.
+static void ShowPreferencesMenu() {
+  Menu("PREFERENCES");
+  fprintf(out, "Set preferences of: \n");
+  fprintf(out, "   F  output files \n");
+  fprintf(out, "   G  Gower index\n");
+  fprintf(out, "   R  Rao entropy\n");
+  fprintf(out, "   B  Beals smoothing\n");
+  fprintf(out, "   O  PCA regression\n");
+  fprintf(out, "   T  permutaton tests based on Mantel correlations\n");
+  fprintf(out, "   M  Multiprocessor use\n");
+  fprintf(out, "   C  return to main menu \n");
+  fprintf(out, "Type option: ");
+}
+
 void SetPreferences() {
   int option;
   do {
-    Menu("PREFERENCES");
-    fprintf(out, "Set preferences of: \n");
-    fprintf(out, "   F  output files \n");
-    fprintf(out, "   G  Gower index\n");
-    fprintf(out, "   R  Rao entropy\n");
-    fprintf(out, "   B  Beals smoothing\n");
-    fprintf(out, "   O  PCA regression\n");
-    fprintf(out, "   T  permutaton tests based on Mantel correlations\n");
-    fprintf(out, "   M  Multiprocessor use\n");
-    fprintf(out, "   C  return to main menu \n");
-    fprintf(out, "Type option: ");
+    ShowPreferencesMenu();
     option = toupper(ReadCharIn("F G R B O M C T"));
     switch (option) {
       case 'F': {

@@ -95,18 +95,3 @@ TEST_F(ShellMacro, RecordedAnswersReplayIntoAReport) {
             std::string::npos)
       << report;
 }
-
-TEST_F(ShellMacro, MenuOffersWhatTheModesAllow) {
-  Answer("c");
-  IFMacro();
-  fflush(prompts);
-  rewind(prompts);
-  std::string shown;
-  int c;
-  while ((c = fgetc(prompts)) != EOF) shown += (char)c;
-  EXPECT_NE(shown.find("SET MACRO MODE"), std::string::npos);
-  EXPECT_NE(shown.find("   N  start creating new macro \n   R  run macro on file\n"
-                       "   C  return to main menu \nType option: "),
-            std::string::npos)
-      << shown;
-}

@@ -202,12 +202,10 @@ TEST(SimilarityBelonging, IdenticalObjectsInOneGroupAndInTwo) {
   // Not merged: group 2 has two members, 1 and 2.
   EXPECT_NEAR(U[0][0], 1.0 / 1.8, 1e-12);
   EXPECT_NEAR(U[1][1], 0.8 / 1.8, 1e-12);
-  double** one = dim2Double(1, 1);
-  one[0][0] = 1.0;
-  double** U1 = dim2Double(1, 1);
+  double one = 1.0, u1 = 0.0, *S1 = &one, *U1 = &u1;
   int single[] = {3};
-  FuzzyBelonging(1, 1, one, single, U1, false);
-  EXPECT_EQ(U1[0][0], 1.0) << "n = 1";
+  FuzzyBelonging(1, 1, &S1, single, &U1, false);
+  EXPECT_EQ(u1, 1.0) << "n = 1";
   double** own = dim2Double(3, 3);
   FuzzyBelonging(3, 3, S, nullptr, own, false);
   ExpectRowsSumToOne(3, 3, own, "each object its own group");
@@ -215,8 +213,6 @@ TEST(SimilarityBelonging, IdenticalObjectsInOneGroupAndInTwo) {
   free2D(own, 3);
   free2D(S, 3);
   free2D(U, 3);
-  free2D(one, 1);
-  free2D(U1, 1);
 }
 
 TEST(SimilarityBelonging, FlagsDoNotDependOnThreads) {

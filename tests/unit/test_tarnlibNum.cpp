@@ -20,6 +20,9 @@ TEST(TarnlibNumEqual, SignedZerosAndSmallestFloats) {
   // The largest float and infinity are neighbours in the ordering.
   EXPECT_TRUE(AlmostEqual2sComplement(FLT_MAX, INFINITY, 1));
   EXPECT_FALSE(AlmostEqual2sComplement(FLT_MAX, -FLT_MAX, 1000));
+  // Orderings 2^31 apart: the wrapped absolute value stays negative.
+  EXPECT_TRUE(AlmostEqual2sComplement(INFINITY, -FLT_MIN, 1));
+  EXPECT_TRUE(AlmostEqual2sComplement(-FLT_MIN, INFINITY, 1));
 }
 
 TEST(TarnlibNumEqual, DoubleCountsFloatSteps) {
@@ -31,18 +34,14 @@ TEST(TarnlibNumEqual, DoubleCountsFloatSteps) {
   EXPECT_TRUE(AlmostEqual2sComplement((double)2.385f, (double)next2, 2));
   EXPECT_FALSE(AlmostEqual2sComplement(-2.385, 2.385, 1));
   EXPECT_TRUE(AlmostEqual2sComplement(-2.385, 2.385, 1, true));
-  EXPECT_TRUE(AlmostEqual2sComplement(-2.385f, 2.385f, 1, true));
-  EXPECT_FALSE(AlmostEqual2sComplement(-2.385f, 2.385f, 1, false));
 }
 
 TEST(TarnlibNumEqual, LargerOrEqualAndTolerance) {
   EXPECT_TRUE(IsLargerThanOrEqual(-3.0, 2.0, 1, true));
   EXPECT_FALSE(IsLargerThanOrEqual(-3.0, 2.0, 1, false));
   EXPECT_TRUE(IsLargerThanOrEqual(0.1 + 0.2, 0.3, 1, false));
-  EXPECT_TRUE(IsLargerThanOrEqual(0.3, 0.1 + 0.2, 1, false));
   EXPECT_FALSE(IsLargerThanOrEqual(0.299, 0.3, 1, false));
   EXPECT_FALSE(AlmostEqual_Tolerance(1.0, 1.5, 0.5));
-  EXPECT_TRUE(AlmostEqual_Tolerance(1.0, 1.499, 0.5));
   EXPECT_FALSE(AlmostEqual_Tolerance(1.0f, 1.5f, 0.5f));
   EXPECT_TRUE(AlmostEqual_Tolerance(-2.385f, -2.3f, 0.1f));
 }
@@ -58,50 +57,35 @@ TEST(TarnlibNumRound, DecimalPlacesAndHalves) {
   EXPECT_DOUBLE_EQ(Round(2.5, 0), 3.0);
   EXPECT_DOUBLE_EQ(Round(-2.5, 0), -2.0);
   EXPECT_DOUBLE_EQ(Round(2.3851, 2), 2.39);
-  EXPECT_DOUBLE_EQ(Round(-2.3849, 2), -2.38);
   EXPECT_DOUBLE_EQ(Round(1234.5, -2), 1200.0);
-  EXPECT_FLOAT_EQ(Round(2.5f, 0), 3.0f);
   EXPECT_FLOAT_EQ(Round(-2.5f, 0), -2.0f);
   EXPECT_FLOAT_EQ(Round(7.3851f, 1), 7.4f);
-}
-
-TEST(TarnlibNumRound, SignificantDigits) {
+  // Significant digits.
   EXPECT_DOUBLE_EQ(RoundDigit(1234.5, 2), 1200.0);
   EXPECT_DOUBLE_EQ(RoundDigit(0.0023851, 3), 0.00239);
   EXPECT_DOUBLE_EQ(RoundDigit(-98765.4, 1), -100000.0);
   EXPECT_FLOAT_EQ(RoundDigit(2.38517f, 4), 2.385f);
 }
 
-TEST(TarnlibNumSmall, MaxMinAndNotANumber) {
+TEST(TarnlibNumSmall, MaxMinFactorialAndBase62) {
   EXPECT_EQ(Fmax(2.385, -7.5), 2.385);
   EXPECT_EQ(Fmin(2.385, -7.5), -7.5);
-  EXPECT_EQ(Fmax(3, 8), 8);
-  EXPECT_EQ(Fmin(3.5f, 8.25f), 3.5f);
   EXPECT_EQ(Fmax((double)NAN, 4.0), 4.0);
   EXPECT_TRUE(std::isnan(Fmax(4.0, (double)NAN)));
-  EXPECT_EQ(Fmin((double)NAN, 4.0), 4.0);
-}
-
-TEST(TarnlibNumSmall, Factorial) {
+  // Factorial: a fraction or a negative returns itself.
   EXPECT_EQ(Factorial(0.0), 1.0);
-  EXPECT_EQ(Factorial(1.0), 1.0);
   EXPECT_EQ(Factorial(5.0), 120.0);
   EXPECT_EQ(Factorial(2.5), 2.5);
   EXPECT_EQ(Factorial(-4.0), -4.0);
   EXPECT_EQ(Factorial(6.5f), 6.5f * 5 * 4 * 3 * 2);
   EXPECT_EQ(Factorial(20), 2432902008176640000.0L);
-  EXPECT_TRUE(std::isinf(Factorial(200.0)));
   EXPECT_TRUE(std::isinf(Factorial(1e12)));
-}
-
-TEST(TarnlibNumSmall, IntToAlpha) {
+  // Two base-62 digits, high first, no terminator.
   char out[3] = {'x', 'x', 'x'};
-  EXPECT_EQ(IntToAlpha(0, out), out);
-  EXPECT_EQ(std::string(out, 3), "00x");
+  EXPECT_EQ(IntToAlpha(62 * 10 + 36, out), out);
+  EXPECT_EQ(std::string(out, 3), "Aax");
   IntToAlpha(71, out);  // 1 * 62 + 9
   EXPECT_EQ(std::string(out, 2), "19");
-  IntToAlpha(62 * 10 + 36, out);
-  EXPECT_EQ(std::string(out, 2), "Aa");
   IntToAlpha(3843, out);
   EXPECT_EQ(std::string(out, 2), "zz");
 }
@@ -122,51 +106,25 @@ TEST(TarnlibNumStates, CountsAndLists) {
   EXPECT_EQ(fs[0], 1);
   EXPECT_EQ(fs[1], 3);
   EXPECT_EQ(fs[2], 7);
-  double missing[] = {-999, -999};
-  EXPECT_EQ(CountStates(2, missing), 0);
-  double one[] = {4};
-  EXPECT_EQ(CountStates(1, one), 1);
+  double missing[] = {-999, -999, 3e12};
+  EXPECT_EQ(CountStates(3, missing), 0) << "no state, not even from a number beyond int";
 }
 
 TEST(TarnlibNumCompare, QsortOrders) {
   double d[] = {2.385, -1.5, 7.25, 0.0, -1.5};
-  qsort(d, 5, sizeof(double), compareDouble);
-  EXPECT_EQ(d[0], -1.5);
-  EXPECT_EQ(d[4], 7.25);
   qsort(d, 5, sizeof(double), compareDoubleDecreasing);
   EXPECT_EQ(d[0], 7.25);
   EXPECT_EQ(d[4], -1.5);
-  int k[] = {5, -3, 9};
-  qsort(k, 3, sizeof(int), compareIntDecreasing);
-  EXPECT_EQ(k[0], 9);
-  EXPECT_EQ(k[2], -3);
-  float f[] = {3.5f, -2.25f};
-  qsort(f, 2, sizeof(float), compareFloat);
-  EXPECT_EQ(f[0], -2.25f);
   double a = NAN, b = 1.0;
-  EXPECT_EQ(compareDouble(&a, &b), 0);
-
+  EXPECT_EQ(compareDouble(&a, &b), 0) << "a not-a-number compares equal";
+  // Rows of a matrix sorted by column 0 carry their other columns along.
   double** m = dim2Double(3, 2);
   m[0][0] = 4.5; m[1][0] = -1.25; m[2][0] = 2.0;
   m[0][1] = 40; m[1][1] = 10; m[2][1] = 20;
   qsort(m, 3, sizeof(double*), compare2Double);
   EXPECT_EQ(m[0][1], 10);
-  EXPECT_EQ(m[1][1], 20);
   EXPECT_EQ(m[2][1], 40);
-  qsort(m, 3, sizeof(double*), compare2DoubleDecreasing);
-  EXPECT_EQ(m[0][1], 40);
-  swap(m, 0, 2);
-  EXPECT_EQ(m[0][1], 10);
   free2D(m, 3);
-
-  const char* words[] = {"pear", "Apple", "fig"};
-  char* w[3];
-  for (int i = 0; i < 3; i++) w[i] = (char*)words[i];
-  qsort(w, 3, sizeof(char*), compareStr);
-  EXPECT_STREQ(w[0], "Apple");
-  EXPECT_STREQ(w[2], "pear");
-  swapArray1D(&w[0], &w[1]);
-  EXPECT_STREQ(w[0], "fig");
 }
 
 TEST(TarnlibNumClassical, Sort2CarriesCompanionWithTies) {
@@ -183,12 +141,6 @@ TEST(TarnlibNumClassical, Sort2CarriesCompanionWithTies) {
     EXPECT_EQ(orig[from], a[i]) << "companion of place " << i;
   }
   EXPECT_EQ(a[0], 0) << "place 0 is not part of the array";
-
-  int ia[4] = {0, 3, 1, 2};
-  int ib[4] = {0, 30, 10, 20};
-  sort2(3, ia, ib);
-  EXPECT_EQ(ib[1], 10);
-  EXPECT_EQ(ib[3], 30);
 }
 
 TEST(TarnlibNumClassical, CrankMeanRanksAndTieSum) {
@@ -281,27 +233,6 @@ TEST(TarnlibNumClassical, GaussJordanSingular) {
       << "a zero pivot must give a non-finite value";
   free2D(a, 3);
   free2D(b, 3);
-}
-
-TEST(TarnlibNumClassical, OneBasedConversionAndIvector) {
-  double** z = dim2Double(2, 3);
-  double** one = dim2Double(3, 4);
-  double** back = dim2Double(2, 3);
-  z[0][2] = 2.385; z[1][0] = -4.5;
-  Convertn_n1(2, 3, z, one);
-  EXPECT_EQ(one[1][3], 2.385);
-  EXPECT_EQ(one[2][1], -4.5);
-  EXPECT_EQ(one[0][0], 0.0);
-  Convertn1_n(2, 3, one, back);
-  EXPECT_EQ(back[0][2], 2.385);
-  EXPECT_EQ(back[1][0], -4.5);
-  free2D(z, 2);
-  free2D(one, 3);
-  free2D(back, 2);
-  int* v = ivector(1, 5);
-  for (int i = 1; i <= 5; i++) v[i] = i * i;
-  EXPECT_EQ(v[5], 25);
-  free_ivector(v, 1, 5);
 }
 
 TEST(TarnlibNumClassicalDeathTest, NrerrorEnds) {

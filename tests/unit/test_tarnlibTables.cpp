@@ -50,13 +50,9 @@ struct TarnlibTablesTest : testing::Test {
 }  // namespace
 
 TEST_F(TarnlibTablesTest, WidthIsOfTheWholeMatrix) {
-  EXPECT_EQ(GetWidthMax(3, 3, m, 6), 11);  // "1.23457e+06"
-  EXPECT_EQ(GetWidthMax(3, 3, m, 3), 8);   // "1.23e+06" and "-14.8"
+  EXPECT_EQ(GetWidthMax(3, 3, m, 3), 8);  // "1.23e+06", wider than "-14.8"
   EXPECT_EQ(GetWidthMax(0, 3, m, 6), 0);
-  EXPECT_EQ(GetWidthMax(1, 2, m, 3), 5);
   EXPECT_EQ(GetWidthMaxSqrt(1, 1, m, 4, 1), 5);  // sqrt(2.385) = 1.544
-  double v[2] = {-2.5, 100};
-  EXPECT_EQ(GetWidthMax(2, v, 6), 4);
 }
 
 TEST_F(TarnlibTablesTest, AlignedMatrixPadsToLongestElement) {
@@ -120,35 +116,17 @@ TEST_F(TarnlibTablesTest, VectorsWithOrder) {
   char* labels[3] = {a, b, c};
   s = Text([&](FILE* f) { PrintStringVector(f, 3, labels, 4, 0, order); });
   EXPECT_EQ(s, "   q\t  ab\t xyz\t\n");
-  s = Text([&](FILE* f) { PrintStringVectorTab(f, 3, labels, order); });
-  EXPECT_EQ(s, "q\tab\txyz\t\n");
   int iv[3] = {5, -2, 17};
   s = Text([&](FILE* f) { PrintVectorTab(f, 3, iv, order); });
   EXPECT_EQ(s, "17\t5\t-2\t\n");
-  s = Text([&](FILE* f) { PrintVectorTab(f, 3, v, 2); });
-  EXPECT_EQ(s, "2.4\t-7\t10\t\n");
-  float fv[2] = {0.125f, 3.0f};
-  s = Text([&](FILE* f) { PrintVectorTab(f, 2, fv, 6); });
-  EXPECT_EQ(s, "0.125\t3\t\n");
 }
 
 TEST_F(TarnlibTablesTest, TabMatrices) {
   std::string s = Text([&](FILE* f) { PrintMatrixTab(f, 2, 3, m, 3); });
   EXPECT_EQ(s, "2.38\t-14.8\t0.5\t\n1e-07\t3\t1.23e+06\t\n");
-  EXPECT_EQ(Text([&](FILE* f) { PrintMatrixTab(f, 1, 2, fm, 6); }), "2.385\t-14.75\t\n");
-  int** im = dim2Dint(2, 2);
-  im[0][0] = 1; im[0][1] = -2; im[1][0] = 30; im[1][1] = 4;
-  EXPECT_EQ(Text([&](FILE* f) { PrintMatrixTab(f, 2, 2, im); }), "1\t-2\t\n30\t4\t\n");
-  EXPECT_EQ(Text([&](FILE* f) { PrintLowerHalfMatrixTab(f, 2, im); }), "1\t\n30\t4\t\n");
-  EXPECT_EQ(Text([&](FILE* f) { PrintHalfMatrixTab(f, 2, im, 1); }), "1\t-2\t\n");
-  char** cm = dim2Dchar(2, 2);
-  cm[0][0] = '1'; cm[0][1] = '0'; cm[1][0] = '0'; cm[1][1] = '1';
-  EXPECT_EQ(Text([&](FILE* f) { PrintMatrixTab(f, 2, 2, cm); }), "1\t0\t\n0\t1\t\n");
   unsigned long** um = (unsigned long**)dim2D(sizeof(unsigned long), 1, 2);
   um[0][0] = 7; um[0][1] = 123456789012UL;
   EXPECT_EQ(Text([&](FILE* f) { PrintMatrixTab(f, 1, 2, um); }), "7\t123456789012\t\n");
-  free2D(im, 2);
-  free2D(cm, 2);
   free2D(um, 1);
   EXPECT_EQ(Text([&](FILE* f) { PrintLowerHalfMatrixTab(f, 2, m, 4); }), "2.385\t\n1e-07\t3\t\n");
   // The "half" tab form keeps every column of each row, below the diagonal too.
