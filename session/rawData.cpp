@@ -190,7 +190,13 @@ void ReadTraits(RawFiles* r) {
   fprintf(out, "\n%s\n", lineL);
   tcst = AskCount("Number of OTUs: ");
   nch = AskCount("Enter number of traits (characters): ");
-  // One spare row in the label and type arrays while formatting.
+  // One spare row in the label and type arrays while formatting. The largest
+  // count accepted leaves no room for it, and no memory holds that many
+  // labels anyway: it ends as a failed allocation would.
+  if (nch == 2147483647) {
+    fprintf(stdout, "\a");
+    FailJump(FAIL_MEMORY);
+  }
   chLabel = dim2Dchar(nch + 1, labelWidth + 1);
   chtype = dim1Dint(nch + 1);
   chrange = dim1Double(nch + 1);

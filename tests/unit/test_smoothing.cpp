@@ -74,8 +74,6 @@ TEST_F(SmoothingHandChecked, ConditionalProbInEveryMode) {
     ConditionalProb(kRows, kCols, W, M, mode);
     ExpectMatrix(kCols, kCols, &kM[mode][0][0], M, 1e-12, mode == 0 ? "mode 0" : mode == 1 ? "mode 1" : "mode 2");
   }
-  ConditionalProb(kRows, kCols, W, M);
-  ExpectMatrix(kCols, kCols, &kM[0][0][0], M, 1e-12, "form without mode");
   // Another mode only normalises what M holds: divide by the diagonal, then 1.
   const double held[4][4] = {{2, 1, 0.5, 3}, {0, 0, 7, 1}, {4, 4, 8, 2}, {1, 1, 1, -1}};
   const double normalised[4][4] = {{1, 0.5, 0.25, 1.5}, {0, 1, 7, 1}, {0.5, 0.5, 1, 0.25}, {1, 1, 1, 1}};
@@ -92,8 +90,6 @@ TEST_F(SmoothingHandChecked, WholeMatrixFormWithAndWithoutTarget) {
     BealsSmoothing(kRows, kCols, W, W, out, false, mode);
     ExpectMatrix(kRows, kCols, &kWithout[mode][0][0], out, 1e-6, "without target");
   }
-  BealsSmoothing(kRows, kCols, W, W, out, false);
-  ExpectMatrix(kRows, kCols, &kWithout[0][0][0], out, 1e-6, "form without mode");
 }
 
 TEST_F(SmoothingHandChecked, RenewingTheTargetEqualsRecomputing) {
