@@ -33,12 +33,17 @@ bool AlmostEqual2sComplement(float a, float b, int maxUlps) {
             "maxUlps < 4 * 1024 * 1024' failed.\n");
     abort();
   }
-  // Differences taken with 32-bit wrap-around, as the integers of the patterns.
+  // Difference and absolute value with 32-bit wrap-around, compared as signed
+  // integers. Intended: a difference of exactly 2^31 (infinity against
+  // -FLT_MIN, say) stays negative after the absolute value and so counts as
+  // equal; the comparison has always behaved so.
   uint32_t d = (uint32_t)OrderedBits(a) - (uint32_t)OrderedBits(b);
   int32_t diff;
   memcpy(&diff, &d, sizeof diff);
-  uint32_t absDiff = diff < 0 ? 0u - d : d;
-  return absDiff <= (uint32_t)maxUlps;
+  uint32_t absBits = diff < 0 ? 0u - d : d;
+  int32_t absDiff;
+  memcpy(&absDiff, &absBits, sizeof absDiff);
+  return absDiff <= maxUlps;
 }
 
 // Intended: the doubles are compared as floats, so maxUlps counts float steps
@@ -146,13 +151,14 @@ char* IntToAlpha(int n, char* out) {
 // ---------------------------------------------------------------------------
 // Counting of states
 
-// Elements that are not states (-999, other negatives, not-a-number) are
-// skipped, so they never index the table.
+// Elements that are not states (-999, other negatives, not-a-number, and
+// numbers beyond the int range, whose truncation is undefined) are skipped,
+// so they never index the table.
 template <typename T>
 static int CountStatesOf(int n, T* x, int* states) {
   int maximum = -2147483647;
   for (int i = 0; i < n; i++)
-    if (x[i] != -999 && x[i] > maximum) maximum = (int)x[i];
+    if (x[i] != -999 && x[i] > maximum && x[i] < 2147483647.0) maximum = (int)x[i];
   if (maximum < 0) return 0;
   int* table = dim1Dint(maximum + 1);
   for (int i = 0; i < n; i++)

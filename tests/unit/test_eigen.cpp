@@ -27,7 +27,7 @@ double** RotatedDiagonal(double l1, double l2, double angle)
 
 using namespace testrese;
 
-TEST(EigenGsl, EigenvectorsSatisfyDefinitionAndAreSorted)
+TEST(EigenGsl, EigenvectorsSatisfyDefinitionAndNegativeEigenvalueFlag)
 {
     const double values[] = {4.385, 1.2, -0.7, 2.1, 1.2, 3.05, 0.4, -1.3,
                              -0.7, 0.4, 2.77, 0.9, 2.1, -1.3, 0.9, 5.12};
@@ -48,35 +48,15 @@ TEST(EigenGsl, EigenvectorsSatisfyDefinitionAndAreSorted)
         }
         EXPECT_NEAR(norm, 1.0, 1e-12);
     }
-    // a itself is left as it was
-    EXPECT_EQ(a[0][0], 4.385);
-    EXPECT_EQ(a[3][1], -1.3);
-    free2D(a, 4);
-    free2D(vec, 4);
-    free1D(val);
-}
-
-TEST(EigenGsl, IdentityAndNegativeEigenvalueFlag)
-{
-    double** id = dim2Double(3, 3);
-    for (int i = 0; i < 3; i++) id[i][i] = 1.0;
-    double** vec = dim2Double(3, 3);
-    double* val = dim1Double(3);
-    EXPECT_TRUE(EigenHouseholderQL_GSL_D(3, id, vec, val));
-    for (int k = 0; k < 3; k++) EXPECT_NEAR(val[k], 1.0, 1e-14);
-
-    // -0.5 / 9.5 is below -0.001: not positive semi-definite
+    EXPECT_EQ(a[3][1], -1.3) << "a must be left as it was";
+    // -0.5 / 9.5 is below -0.001: not positive semi-definite, results stored all the same
     double** bad = RotatedDiagonal(10.0, -0.5, 0.37);
     EXPECT_FALSE(EigenHouseholderQL_GSL_D(2, bad, vec, val));
-    EXPECT_NEAR(val[0], 10.0, 1e-12);  // results stored all the same
     EXPECT_NEAR(val[1], -0.5, 1e-12);
-    // -0.005 / 9.995 is above -0.001: accepted
-    double** nearly = RotatedDiagonal(10.0, -0.005, 0.37);
+    double** nearly = RotatedDiagonal(10.0, -0.005, 0.37);  // -0.005 / 9.995: accepted
     EXPECT_TRUE(EigenHouseholderQL_GSL_D(2, nearly, vec, val));
-    free2D(id, 3);
-    free2D(bad, 2);
-    free2D(nearly, 2);
-    free2D(vec, 3);
+    Free(4, {a, vec});
+    Free(2, {bad, nearly});
     free1D(val);
 }
 
@@ -94,11 +74,9 @@ TEST(EigenGsl, SingularValueDecompositionReconstructs)
             for (int k = 0; k < 3; k++) x += u[i][k] * s[k] * v[j][k];
             EXPECT_NEAR(x, a[i][j], 1e-10) << "element " << i << "," << j;
         }
-    // a wider than tall matrix is refused
-    EXPECT_FALSE(SingValueDecomp(3, 4, a, u, s, v));
-    free2D(a, 4);
-    free2D(u, 4);
-    free2D(v, 3);
+    EXPECT_FALSE(SingValueDecomp(3, 4, a, u, s, v)) << "a wider than tall matrix is refused";
+    Free(4, {a, u});
+    Free(3, {v});
     free1D(s);
 }
 
@@ -106,8 +84,11 @@ TEST(EigenOrdination, PrincipalCoordinatesOfPointsOnALine)
 {
     const double pos[] = {0.0, 1.5, 4.0};
     double** d = dim2Double(3, 3);
-    for (int i = 0; i < 3; i++)
-        for (int j = 0; j < 3; j++) d[i][j] = std::fabs(pos[i] - pos[j]);
+    double** s = dim2Double(3, 3);
+    for (int i = 0; i < 9; i++) {
+        d[i / 3][i % 3] = std::fabs(pos[i / 3] - pos[i % 3]);
+        s[i / 3][i % 3] = pos[i / 3] * pos[i % 3];
+    }
     double** vec = dim2Double(3, 3);
     double** scores = dim2Double(3, 3);
     double* val = dim1Double(3);
@@ -116,37 +97,29 @@ TEST(EigenOrdination, PrincipalCoordinatesOfPointsOnALine)
     EXPECT_EQ(OrdinationLib_D(3, 3, nullptr, d, vec, scores, &axes, val, &ok, 1, 3, 1), 1);
     EXPECT_TRUE(ok);
     ASSERT_EQ(axes, 1);
-    for (int i = 0; i < 3; i++)
-        for (int j = 0; j < 3; j++)
-            EXPECT_NEAR(std::fabs(scores[0][i] - scores[0][j]), d[i][j], 1e-12) << i << "," << j;
+    for (int i = 0; i < 9; i++)
+        EXPECT_NEAR(std::fabs(scores[0][i / 3] - scores[0][i % 3]), d[i / 3][i % 3], 1e-12) << i;
     // a similarity (code 1, cross products) goes through squared distances
-    double** s = dim2Double(3, 3);
-    for (int i = 0; i < 3; i++)
-        for (int j = 0; j < 3; j++) s[i][j] = pos[i] * pos[j];
     EXPECT_EQ(OrdinationLib_Scores(3, 3, nullptr, s, scores, 1, 1, 1), 1);
     EXPECT_NEAR(std::fabs(scores[0][2] - scores[0][0]), 4.0, 1e-12);
-    free2D(d, 3);
-    free2D(s, 3);
-    free2D(vec, 3);
-    free2D(scores, 3);
+    Free(3, {d, s, vec, scores});
     free1D(val);
 }
 
 TEST(EigenOrdination, TinyEigenvalueGivesNoAxis)
 {
     double** a = dim2Double(2, 2);
-    a[0][0] = 100.0;
-    a[1][1] = 1e-9;
     double** scores = dim2Double(2, 2);
     double** data = dim2Double(2, 2);
-    data[0][0] = 1.0;
-    data[1][1] = 1.0;
+    a[0][0] = 100.0;
+    a[1][1] = 1e-9;
+    data[0][0] = data[1][1] = 1.0;
+    scores[1][0] = scores[1][1] = 2.385;
     EXPECT_EQ(OrdinationLib_Scores(2, 2, data, a, scores, 2, 1, 1), 1);
+    EXPECT_EQ(scores[1][0] + scores[1][1], 0.0) << "the rows of scores are cleared, used or not";
     a[1][1] = 1e-5;  // 1e-5 percent: kept
     EXPECT_EQ(OrdinationLib_Scores(2, 2, data, a, scores, 2, 1, 1), 2);
-    free2D(a, 2);
-    free2D(scores, 2);
-    free2D(data, 2);
+    Free(2, {a, scores, data});
 }
 
 TEST(EigenCorrelatedData, IdentityKeepsNumbersAndCorrelationIsReached)
@@ -154,11 +127,10 @@ TEST(EigenCorrelatedData, IdentityKeepsNumbersAndCorrelationIsReached)
     InitRndNumberGenerator(2385);
     double** id = dim2Double(3, 3);
     for (int i = 0; i < 3; i++) id[i][i] = 1.0;
-    double** out = dim2Double(4, 3);
+    double** out = dim2Double(5, 3);
     CorrToData_New(4, 3, id, out, 2);
     InitRndNumberGenerator(2385);
-    for (int i = 0; i < 4; i++)
-        for (int j = 0; j < 3; j++) EXPECT_EQ(out[i][j], gsl_ran_gaussian(r, 1.0)) << i << "," << j;
+    for (int i = 0; i < 12; i++) EXPECT_EQ(out[i / 3][i % 3], gsl_ran_gaussian(r, 1.0)) << i;
     // a prescribed correlation of 0.6 is met by a large sample
     const int n = 4000;
     double** corr = dim2Double(2, 2);
@@ -166,22 +138,15 @@ TEST(EigenCorrelatedData, IdentityKeepsNumbersAndCorrelationIsReached)
     corr[0][1] = corr[1][0] = 0.6;
     double** big = dim2Double(n, 2);
     CorrToData_New(n, 2, corr, big, 1);
-    double ma = 0, mb = 0, sab = 0, saa = 0, sbb = 0;
-    for (int i = 0; i < n; i++) { ma += big[i][0] / n; mb += big[i][1] / n; }
-    for (int i = 0; i < n; i++) {
-        sab += (big[i][0] - ma) * (big[i][1] - mb);
-        saa += (big[i][0] - ma) * (big[i][0] - ma);
-        sbb += (big[i][1] - mb) * (big[i][1] - mb);
-    }
-    EXPECT_NEAR(sab / std::sqrt(saa * sbb), 0.6, 0.05);
+    double a[n], b[n];
+    for (int i = 0; i < n; i++) { a[i] = big[i][0]; b[i] = big[i][1]; }
+    EXPECT_NEAR(Pearson(n, a, b), 0.6, 0.05);
     // law 8 on a matrix that isn't square stays within it
-    double** odd = dim2Double(5, 3);
-    CorrToData_New(5, 3, id, odd, 8);
-    CorrToData_BothRowsColumns(2, 3, id, corr, odd, 8);
-    EXPECT_EQ(odd[1][2], 0.0);
-    free2D(id, 3);
-    free2D(out, 4);
-    free2D(corr, 2);
-    free2D(big, n);
-    free2D(odd, 5);
+    CorrToData_New(5, 3, id, out, 8);
+    CorrToData_BothRowsColumns(2, 3, id, corr, out, 8);
+    EXPECT_EQ(out[1][2], 0.0);
+    Free(3, {id});
+    Free(5, {out});
+    Free(2, {corr});
+    Free(n, {big});
 }

@@ -2,6 +2,7 @@
 #ifndef TEST_RESE_HELPERS_H
 #define TEST_RESE_HELPERS_H
 
+#include <cmath>
 #include <initializer_list>
 
 #include "TarnLib/tarnlibDim.h"
@@ -28,6 +29,19 @@ inline double** Noise(int rows, int cols, unsigned seed)
             m[i][j] = ((seed >> 9) % 10000) / 997.0 - 4.385;
         }
     return m;
+}
+
+// Pearson correlation of two vectors, straight from its definition.
+inline double Pearson(int n, const double* a, const double* b)
+{
+    double ma = 0, mb = 0, sab = 0, saa = 0, sbb = 0;
+    for (int k = 0; k < n; k++) { ma += a[k] / n; mb += b[k] / n; }
+    for (int k = 0; k < n; k++) {
+        sab += (a[k] - ma) * (b[k] - mb);
+        saa += (a[k] - ma) * (a[k] - ma);
+        sbb += (b[k] - mb) * (b[k] - mb);
+    }
+    return sab / std::sqrt(saa * sbb);
 }
 
 inline double** Symmetric(int n, unsigned seed)

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "session_test_util.h"
+#include "shell/preferences.h"
 
 using namespace sessiontest;
 
@@ -131,6 +132,7 @@ TEST_F(SessionFormda, WriteReadWriteKeepsTheFileButForOneBlank) {
 TEST_F(SessionFormda, NumbersKeepSixSignificantDigits) {
   Put("demoFormda.txt", bundled, bundledSize);
   ASSERT_EQ(LoadGuarded("demoFormda.txt"), 0);
+  sDigits = 9;  // the data file keeps six digits whatever the preference says
   cadat[1][1] = 1234567.8;
   csm_Float[4][0] = 0.000123456789;
   env[0][0] = 3.14159265;
@@ -139,6 +141,7 @@ TEST_F(SessionFormda, NumbersKeepSixSignificantDigits) {
   EXPECT_DOUBLE_EQ(cadat[1][1], 1234570.0);
   EXPECT_DOUBLE_EQ(csm_Float[4][0], 0.000123457);
   EXPECT_DOUBLE_EQ(env[0][0], 3.14159);
+  sDigits = 6;
 }
 
 TEST_F(SessionFormda, MinimalSessionWritesEveryRow) {

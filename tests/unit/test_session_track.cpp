@@ -87,18 +87,6 @@ class SessionTrack : public ::testing::Test {
   }
 };
 
-TEST_F(SessionTrack, ShortFormKeepsEverySetting) {
-  ASSERT_EQ(WriteGuarded(0), 0);
-  EXPECT_EQ(Get("demoTrk.txt"), "demoFormda.txt\n07Jul17\n");
-  SetSampleSettings("A", "B");
-  strcpy(whichFormda, "other");
-  ASSERT_EQ(ReadGuarded(), 0);
-  EXPECT_STREQ(whichFormda, "demoFormda.txt");
-  EXPECT_EQ(rese_opt, 7);
-  EXPECT_EQ(nPart, 2);
-  EXPECT_DOUBLE_EQ(fuzziness, 0.385);
-}
-
 TEST_F(SessionTrack, FullFormRestoresSettingsAndPartitions) {
   SetSampleSettings("A", "B");
   envVecTrOpt = 4;
@@ -151,14 +139,25 @@ TEST_F(SessionTrack, ThreeLetterOTUGroupLabelsRunTogether) {
   EXPECT_EQ(ReadGuarded(), FAIL_READ);
 }
 
-TEST_F(SessionTrack, OtherVersionWarnsAndKeepsSettings) {
+// A short form, or a full form of another version (with a warning), leaves
+// every setting as it stands.
+TEST_F(SessionTrack, ShortFormOrOtherVersionKeepsSettings) {
+  ASSERT_EQ(WriteGuarded(0), 0);
+  EXPECT_EQ(Get("demoTrk.txt"), "demoFormda.txt\n07Jul17\n");
   SetSampleSettings("A", "B");
+  ASSERT_EQ(ReadGuarded(), 0);
+  EXPECT_EQ(rese_opt, 7);
+  EXPECT_EQ(nPart, 2);
+
   ASSERT_EQ(WriteGuarded(1), 0);
   std::string text = Get("demoTrk.txt");
-  size_t at = text.find("07Jul17");
-  Put("demoTrk.txt", text.replace(at, 7, "12Mar09"));
+  Put("demoTrk.txt", text.replace(text.find("07Jul17"), 7, "12Mar09"));
   ClearSettings();
+  testing::internal::CaptureStdout();
   ASSERT_EQ(ReadGuarded(), 0);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "\n\aFormda file is compatible, but other files of the session are not compatible "
+            "with this program version." + std::string(53, ' ') + "\n");
   EXPECT_STREQ(whichFormda, "demoFormda.txt");
   EXPECT_EQ(rese_opt, 0);
   EXPECT_EQ(nPart, 0);

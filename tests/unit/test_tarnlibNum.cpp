@@ -20,6 +20,9 @@ TEST(TarnlibNumEqual, SignedZerosAndSmallestFloats) {
   // The largest float and infinity are neighbours in the ordering.
   EXPECT_TRUE(AlmostEqual2sComplement(FLT_MAX, INFINITY, 1));
   EXPECT_FALSE(AlmostEqual2sComplement(FLT_MAX, -FLT_MAX, 1000));
+  // Orderings 2^31 apart: the wrapped absolute value stays negative.
+  EXPECT_TRUE(AlmostEqual2sComplement(INFINITY, -FLT_MIN, 1));
+  EXPECT_TRUE(AlmostEqual2sComplement(-FLT_MIN, INFINITY, 1));
 }
 
 TEST(TarnlibNumEqual, DoubleCountsFloatSteps) {
@@ -103,8 +106,8 @@ TEST(TarnlibNumStates, CountsAndLists) {
   EXPECT_EQ(fs[0], 1);
   EXPECT_EQ(fs[1], 3);
   EXPECT_EQ(fs[2], 7);
-  double missing[] = {-999, -999};
-  EXPECT_EQ(CountStates(2, missing), 0);
+  double missing[] = {-999, -999, 3e12};
+  EXPECT_EQ(CountStates(3, missing), 0) << "no state, not even from a number beyond int";
 }
 
 TEST(TarnlibNumCompare, QsortOrders) {
