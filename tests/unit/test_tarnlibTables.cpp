@@ -7,6 +7,9 @@
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibTables.h"
 #include "shell/preferences.h"
+#include "tests/unit/test_util.h"
+
+using namespace testutil;
 
 namespace {
 
@@ -75,7 +78,7 @@ TEST_F(TarnlibTablesTest, AlignedMatrixPadsToLongestElement) {
 
 TEST_F(TarnlibTablesTest, FoldingAfterThirdFieldAtTwenty) {
   maxColsPrint = 20;
-  double** w = dim2Double(1, 5);
+  Mat w(1, 5);
   for (int j = 0; j < 5; j++) w[0][j] = j + 0.5;
   std::string s = Text([&](FILE* f) { PrintMatrix(f, 1, 5, w, 6, 9); });
   EXPECT_EQ(s, "      0.5\t      1.5\t      2.5\t\n         \t      3.5\t      4.5\t\n");
@@ -83,7 +86,6 @@ TEST_F(TarnlibTablesTest, FoldingAfterThirdFieldAtTwenty) {
   double v[5] = {0.5, 1.5, 2.5, 3.5, 4.5};
   s = Text([&](FILE* f) { PrintVector(f, 5, v, 6, 4, 8); });
   EXPECT_EQ(s, " 0.5\t 1.5\t 2.5\t\n        \t 3.5\t 4.5\t\n");
-  free2D(w, 1);
 }
 
 TEST_F(TarnlibTablesTest, HalfAndLowerAligned) {
