@@ -77,15 +77,12 @@ TEST(RegressionFit, EnglishReport)
     ASSERT_NE(f, nullptr);
     regression(4, 1, 1, y, x, B, &b0, pred, &r2, &tss, true, f, 0, false);
     EXPECT_NEAR(tss, 20.0, 1e-12);
-    rewind(f);
-    char text[1024];
-    text[fread(text, 1, sizeof text - 1, f)] = '\0';
-    fclose(f);
-    EXPECT_STREQ(text,
+    EXPECT_EQ(Contents(f),
                  "\nRegression coefficients for each factor (rows), one model for each response variable (coluns):\n"
                  "Factor 1:\t2\t\n"
                  "\nIntersection (bo for each response variable):\n0.5\t\n"
                  "\nCoefficient of determination (r squared) for 1 response variables:\n1\t\n");
+    fclose(f);
 }
 
 TEST(RegressionResiduals, SquareMatrixPairs)

@@ -3,7 +3,10 @@
 #define TEST_UTIL_H
 
 #include <cmath>
+#include <csetjmp>
+#include <cstdio>
 #include <initializer_list>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -56,6 +59,48 @@ inline void ExpectMatrix(double** got, int rows, int cols, const double* want, d
     for (int i = 0; i < rows; i++)
         for (int j = 0; j < cols; j++)
             EXPECT_NEAR(got[i][j], want[i * cols + j], tol) << what << " [" << i << "][" << j << "]";
+}
+
+// Runs `body` under a live recovery point: 0 when it returned, else the code.
+template <typename F>
+int RunGuarded(F body)
+{
+    int code = setjmp(jmp_env);
+    if (code == 0) {
+        jmpLive = 1;
+        body();
+    }
+    jmpLive = 0;
+    return code;
+}
+
+// A temporary stream holding `text`, read from its start.
+inline FILE* StreamOf(const std::string& text)
+{
+    FILE* fp = tmpfile();
+    fputs(text.c_str(), fp);
+    rewind(fp);
+    return fp;
+}
+
+// Everything written to `fp` so far; the stream stays open.
+inline std::string Contents(FILE* fp)
+{
+    fflush(fp);
+    rewind(fp);
+    std::string s;
+    for (int c; (c = fgetc(fp)) != EOF;) s += (char)c;
+    return s;
+}
+
+// The whole text of the file `name`, empty when it can't be opened.
+inline std::string FileText(const char* name)
+{
+    FILE* fp = fopen(name, "rb");
+    if (fp == nullptr) return "";
+    std::string s = Contents(fp);
+    fclose(fp);
+    return s;
 }
 
 inline double** FromRows(int rows, int cols, const double* values)
