@@ -50,6 +50,63 @@ static double MantelCorr(int n, TA** a, TB** b)
 }
 
 double MatrixCorr(int n, double** a, double** b) { return MantelCorr(n, a, b); }
+
+// MantelCorr's sum, mean, deviations and sum of squares in its order, for
+// a matrix without -999, where no pair is left out.
+bool MatrixCorrPrepare(int n, double** a, double* centred, double* ss)
+{
+    *ss = 0.0;
+    if (n < 2) return false;
+    double sum = 0.0;
+    long count = 0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            if (a[i][j] == missing) return false;
+            sum += a[i][j];
+            count++;
+        }
+    double mean = sum / count, squares = 0.0;
+    long p = 0;
+    for (int i = 0; i < n; i++)
+        for (int j = i + 1; j < n; j++) {
+            double d = a[i][j] - mean;
+            centred[p++] = d;
+            squares += d * d;
+        }
+    *ss = squares;
+    return true;
+}
+
+// K cross products in one pass: K running sums, each in pair order.
+template <int K>
+static void CrossProducts(long pairs, const double* a, const double* const* b, double* cross)
+{
+    double s[K];
+    for (int m = 0; m < K; m++) s[m] = 0.0;
+    for (long p = 0; p < pairs; p++) {
+        double x = a[p];
+        for (int m = 0; m < K; m++) s[m] += x * b[m][p];
+    }
+    for (int m = 0; m < K; m++) cross[m] = s[m];
+}
+
+void MatrixCorrPrepared(long pairs, const double* a, double ssA, int k, const double* const* b,
+                        const double* ssB, double* r)
+{
+    for (int first = 0; first < k; first += 4) {
+        double cross[4];
+        int left = k - first;
+        if (left >= 4) CrossProducts<4>(pairs, a, b + first, cross);
+        else if (left == 3) CrossProducts<3>(pairs, a, b + first, cross);
+        else if (left == 2) CrossProducts<2>(pairs, a, b + first, cross);
+        else CrossProducts<1>(pairs, a, b + first, cross);
+        int used = left < 4 ? left : 4;
+        for (int m = 0; m < used; m++) {
+            double ssb = ssB[first + m];
+            r[first + m] = (ssA == 0.0 || ssb == 0.0) ? 0.0 : cross[m] / std::sqrt(ssA * ssb);
+        }
+    }
+}
 double MatrixCorr(int n, float** a, float** b) { return MantelCorr(n, a, b); }
 double MatrixCorr(int n, float** a, double** b) { return MantelCorr(n, a, b); }
 double MatrixCorr(int n, double** a, float** b) { return MantelCorr(n, a, b); }

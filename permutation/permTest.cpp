@@ -25,9 +25,17 @@ bool permTestPlainLoops = false;
 // Below this the distances of an iteration run faster on one thread than a
 // team can meet at the end of each parallel loop, thousands of times a test.
 double permTestSmallWork = 4000000.0;
+// Two runs that drew the same arrangements agree here to the last bit.
+double permTestRandomSums[N_PERMTEST_STATS];
 
 // Digits of the numbers in the intermediate file.
 #define PERM_DETAIL_DIGITS 6
+
+// The resemblance matrices that enter Mantel correlations.
+enum { RHO_E, RHO_Y, RHO_Z, RHO_T, RHO_X, RHO_R, RHO_P, RHO_RP, N_RHO_MATRICES };
+
+// Communities whose Rao entropies run side by side: independent sums overlap.
+#define RAO_LANES 4
 
 // Working storage of one call, allocated once before the iterations. The
 // permuted B, U, Q and PCoA scores are row-pointer arrays into the caller's
@@ -79,6 +87,23 @@ struct PermWork {
   double** Db;         // [nOTUs]^2 Rao distance d of each entry of Sb
   double** Df;         // [nOTUs]^2 the same of Sf
   int maxOcc;          // most occurrences in a community
+  // Rao entropies in lanes: communities by decreasing occurrences, four at a
+  // time, each padded with zero shares to the first one's count.
+  bool raoLanes;       // the lanes are in use (no -999, all weights 1)
+  int nGroups;         // groups of RAO_LANES communities
+  int* laneStart;      // [nGroups + 1] start of each group in laneQ, laneOTU
+  int* laneComm;       // [nGroups * RAO_LANES] community of each lane, -1 none
+  double* laneQ;       // share a / total of each occurrence, 0 when padding
+  int* laneOTU;        // its zero-based OTU (0 when padding)
+  double** laneRow;    // [RAO_LANES * maxOcc] permuted distance rows
+  int* laneCol;        // [RAO_LANES * maxOcc] permuted columns
+  // Mantel correlations of three communities or more on prepared matrices:
+  // each matrix's pairs minus their mean once, then one pass per correlation.
+  bool prepared;       // the prepared forms are in use
+  long pairs;          // pairs i < j of communities
+  double* cen[N_RHO_MATRICES];  // [pairs] centred pairs of each matrix
+  double ss[N_RHO_MATRICES];    // their sums of squares
+  bool ok[N_RHO_MATRICES];      // prepared (no -999): else MatrixCorr
   double stat[N_PERMTEST_STATS];   // statistics of the present arrangement
   double count[N_PERMTEST_STATS];  // running counts, the observed one included
   double rXT, rXR, rTR;            // helpers of the partial statistics
@@ -103,14 +128,45 @@ static double Coef(const PermWork* w, double** a, int colsA, double** b, int col
 
 static double Rho(const PermWork* w, double** a, double** b) { return RhoResemblance(w->n, a, b); }
 
+// Prepares matrix `which` (D) for the correlations that follow.
+static void PrepareRho(PermWork* w, int which, double** D) {
+  if (w->prepared) w->ok[which] = MatrixCorrPrepare(w->n, D, w->cen[which], &w->ss[which]);
+}
+
+// r[m] = rho(A, B[m]) for k <= 4 partners, where A is matrix `a` and B[m]
+// matrix b[m]: one pass over the pairs for those prepared, MatrixCorr for
+// the others. Either way the same bits.
+static void RhoMany(PermWork* w, int a, double** A, int k, const int* b, double** const* B, double* r) {
+  const double* partners[4];
+  double ssB[4], out[4];
+  int which[4], used = 0;
+  for (int m = 0; m < k; m++) {
+    if (w->prepared && w->ok[a] && w->ok[b[m]]) {
+      partners[used] = w->cen[b[m]];
+      ssB[used] = w->ss[b[m]];
+      which[used++] = m;
+    } else {
+      r[m] = Rho(w, A, B[m]);
+    }
+  }
+  if (used == 0) return;
+  MatrixCorrPrepared(w->pairs, w->cen[a], w->ss[a], used, partners, ssB, out);
+  for (int u = 0; u < used; u++) r[which[u]] = out[u];
+}
+
 // r(TE), r(YT), r(ZT) of the present T; with Mantel also DT.
 static void StatsT(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   if (w->mantel) {
     ResemblanceLib(w->n, in->nTraits, w->T, w->DT, 1, 3, 0, NULL, 0.0, 0.0, 0, false);
-    w->stat[PT_rTE] = Rho(w, in->DE, w->DT);
-    w->stat[PT_rYT] = Rho(w, in->DY, w->DT);
-    w->stat[PT_rZT] = Rho(w, in->DZ, w->DT);
+    PrepareRho(w, RHO_T, w->DT);
+    const int b[3] = {RHO_E, RHO_Y, RHO_Z};
+    double** const B[3] = {in->DE, in->DY, in->DZ};
+    double r[3];
+    RhoMany(w, RHO_T, w->DT, 3, b, B, r);
+    w->stat[PT_rTE] = r[0];
+    w->stat[PT_rYT] = r[1];
+    w->stat[PT_rZT] = r[2];
   } else {
     w->stat[PT_rTE] = Coef(w, w->T, in->nTraits, in->E, in->nEnv);
     w->stat[PT_rYT] = Coef(w, w->T, in->nTraits, in->Y, in->nOTUs);
@@ -125,18 +181,27 @@ static void StatsXP(PermWork* w) {
   int n = w->n;
   if (w->mantel) {
     ResemblanceLib(n, in->nTypes, w->X, w->DX, 1, w->code, 0, NULL, 0.0, 0.0, 0, false);
-    s[PT_rXE] = Rho(w, in->DE, w->DX);
-    w->rXT = Rho(w, w->DX, w->DT);
-    s[PT_roXY] = Rho(w, w->DX, in->DY);
-    s[PT_roXZ] = Rho(w, w->DX, in->DZ);
+    PrepareRho(w, RHO_X, w->DX);
+    const int b[4] = {RHO_E, RHO_T, RHO_Y, RHO_Z};
+    double** const B[4] = {in->DE, w->DT, in->DY, in->DZ};
+    double r[4];
+    RhoMany(w, RHO_X, w->DX, 4, b, B, r);
+    s[PT_rXE] = r[0];
+    w->rXT = r[1];
+    s[PT_roXY] = r[2];
+    s[PT_roXZ] = r[3];
     s[PT_rXE_T] = PartialCorrelation(s[PT_rXE], w->rXT, s[PT_rTE]);
     s[PT_roXY_T] = PartialCorrelation(s[PT_roXY], w->rXT, s[PT_rYT]);
     s[PT_roXZ_T] = PartialCorrelation(s[PT_roXZ], w->rXT, s[PT_rZT]);
     if (!w->phyl) return;
     ResemblanceLib(n, in->nTaxa, w->P, w->DP, 1, w->code, 0, NULL, 0.0, 0.0, 0, false);
-    s[PT_roPE] = Rho(w, in->DE, w->DP);
-    s[PT_roPT] = Rho(w, w->DP, w->DT);
-    s[PT_roPX] = Rho(w, w->DP, w->DX);
+    PrepareRho(w, RHO_P, w->DP);
+    const int bp[3] = {RHO_E, RHO_T, RHO_X};
+    double** const BP[3] = {in->DE, w->DT, w->DX};
+    RhoMany(w, RHO_P, w->DP, 3, bp, BP, r);
+    s[PT_roPE] = r[0];
+    s[PT_roPT] = r[1];
+    s[PT_roPX] = r[2];
     s[PT_roPX_T] = PartialCorrelation(s[PT_roPX], s[PT_roPT], w->rXT);
     s[PT_roTE_P] = PartialCorrelation(s[PT_rTE], s[PT_roPT], s[PT_roPE]);
     s[PT_roXE_P] = PartialCorrelation(s[PT_rXE], s[PT_roPX], s[PT_roPE]);
@@ -179,12 +244,19 @@ static void StatsR(PermWork* w) {
   int n = w->n;
   if (w->mantel) {
     AbsValFunctionMV(n, 1, w->R, w->DR);
-    s[PT_rRE] = Rho(w, in->DE, w->DR);
-    w->rXR = Rho(w, w->DX, w->DR);
-    w->rTR = Rho(w, w->DT, w->DR);
+    PrepareRho(w, RHO_R, w->DR);
+    const int b[3] = {RHO_E, RHO_X, RHO_T};
+    double** const B[3] = {in->DE, w->DX, w->DT};
+    double r[3];
+    RhoMany(w, RHO_R, w->DR, 3, b, B, r);
+    s[PT_rRE] = r[0];
+    w->rXR = r[1];
+    w->rTR = r[2];
     if (w->phyl) {
       AbsValFunctionMV(n, 1, w->Rp, w->DRp);
-      s[PT_rFE] = Rho(w, in->DE, w->DRp);
+      PrepareRho(w, RHO_RP, w->DRp);
+      RhoMany(w, RHO_RP, w->DRp, 1, b, B, r);
+      s[PT_rFE] = r[0];
     }
     w->rXE_R = PartialCorrelation(s[PT_rXE], w->rXR, s[PT_rRE]);
     w->rTE_R = PartialCorrelation(s[PT_rTE], w->rTR, s[PT_rRE]);
@@ -515,6 +587,14 @@ static void AllocWork(PermWork* w, PermTest_FunctionalPhyl_Correl_Input* in) {
       w->DRp = dim2Double(n, n);
     }
   }
+  w->prepared = w->mantel && n >= 3 && n <= 46340 && !permTestPlainLoops;
+  if (w->prepared) {
+    w->pairs = (long)n * (n - 1) / 2;
+    for (int k = 0; k < N_RHO_MATRICES; k++) w->cen[k] = dim1Double(w->pairs);
+    PrepareRho(w, RHO_E, in->DE);
+    PrepareRho(w, RHO_Y, in->DY);
+    PrepareRho(w, RHO_Z, in->DZ);
+  }
   if (in->saveDetail && in->detailFile) {
     int side = n > nO ? n : nO;
     w->printWork = dim2Double(side, side > 0 ? side : 1);
@@ -557,6 +637,8 @@ static void FreeWork(PermWork* w) {
       free2D(w->DRp, n);
     }
   }
+  if (w->prepared)
+    for (int k = 0; k < N_RHO_MATRICES; k++) free1D(w->cen[k]);
   if (w->printWork) {
     int side = n > nO ? n : nO;
     free2D(w->printWork, side);
@@ -607,6 +689,76 @@ static bool RaoDistances(int n, double** S, bool isDissimilarity, bool sqrtDissi
   return true;
 }
 
+// Every entry finite, not -999, and equal to its mirror image.
+static bool SymmetricDistances(int n, double** D) {
+  for (int i = 0; i < n; i++)
+    for (int j = 0; j < n; j++)
+      if (D[i][j] == -999.0 || !std::isfinite(D[i][j]) || D[i][j] != D[j][i]) return false;
+  return true;
+}
+
+// The lanes of the Rao entropies, when every term is a plain product: no
+// -999 among the distances or abundances, no weight other than 1, finite
+// totals. A padded term is then an exact zero, and a sum that starts at +0
+// is never -0, so adding it changes no bit of the entropy.
+static void SetupRaoLanes(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int n = w->n, nO = in->nOTUs;
+  if (!SymmetricDistances(nO, w->Db) || (w->phyl && !SymmetricDistances(nO, w->Df))) return;
+  int total = w->occStart[n];
+  for (int k = 0; k < total; k++)
+    if (w->occW[k] == -999.0 || (in->weightOTUs && w->occWeight[k] != 1)) return;
+  for (int c = 0; c < n; c++) {
+    double sum = 0.0;
+    for (int k = w->occStart[c]; k < w->occStart[c + 1]; k++) sum += w->occW[k];
+    if (!std::isfinite(sum)) return;
+  }
+  // Communities by decreasing occurrences (insertion sort: once per test).
+  int* order = dim1Dint(n > 0 ? n : 1);
+  for (int c = 0; c < n; c++) {
+    int m = w->occStart[c + 1] - w->occStart[c], k = c;
+    while (k > 0 && w->occStart[order[k - 1] + 1] - w->occStart[order[k - 1]] < m) {
+      order[k] = order[k - 1];
+      k--;
+    }
+    order[k] = c;
+  }
+  w->nGroups = (n + RAO_LANES - 1) / RAO_LANES;
+  w->laneStart = dim1Dint(w->nGroups + 1);
+  w->laneComm = dim1Dint(w->nGroups * RAO_LANES > 0 ? w->nGroups * RAO_LANES : 1);
+  int size = 0;
+  for (int g = 0; g < w->nGroups; g++) {
+    int c = order[g * RAO_LANES];
+    w->laneStart[g] = size;
+    size += RAO_LANES * (w->occStart[c + 1] - w->occStart[c]);
+  }
+  w->laneStart[w->nGroups] = size;
+  w->laneQ = dim1Double(size > 0 ? size : 1);
+  w->laneOTU = dim1Dint(size > 0 ? size : 1);
+  for (int g = 0; g < w->nGroups; g++) {
+    int M = (w->laneStart[g + 1] - w->laneStart[g]) / RAO_LANES;
+    for (int L = 0; L < RAO_LANES; L++) {
+      int slot = g * RAO_LANES + L;
+      int c = slot < n ? order[slot] : -1;
+      w->laneComm[slot] = c;
+      if (c < 0) continue;
+      int s = w->occStart[c], m = w->occStart[c + 1] - s;
+      // The entropy's own total and shares, in its order.
+      double sum = 0.0;
+      for (int x = 0; x < m; x++) sum += w->occW[s + x];
+      for (int x = 0; x < m; x++) {
+        w->laneQ[w->laneStart[g] + L * M + x] = w->occW[s + x] / sum;
+        w->laneOTU[w->laneStart[g] + L * M + x] = w->occOTU[s + x];
+      }
+    }
+  }
+  free1D(order);
+  int side = RAO_LANES * (w->maxOcc > 0 ? w->maxOcc : 1);
+  w->laneRow = PointerRows(side);
+  w->laneCol = dim1Dint(side);
+  w->raoLanes = true;
+}
+
 // Lists the occurrences of every community and decides which sums may skip
 // the zero abundances; Sb and Sf are read after the observed entropies have
 // made them symmetric.
@@ -645,6 +797,7 @@ static void SetupOccurrences(PermWork* w) {
   w->occStart[n] = k;
   w->rowsSub = PointerRows(nO);
   if (w->compactR) w->Ssub = dim2Double(w->maxOcc > 0 ? w->maxOcc : 1, w->maxOcc > 0 ? w->maxOcc : 1);
+  if (w->compactR) SetupRaoLanes(w);
 }
 
 static void FreeOccurrences(PermWork* w) {
@@ -658,6 +811,13 @@ static void FreeOccurrences(PermWork* w) {
   free1D(w->occWeight);
   free1D(w->rowsSub);
   if (w->Ssub) free2D(w->Ssub, w->maxOcc > 0 ? w->maxOcc : 1);
+  if (!w->raoLanes) return;
+  free1D(w->laneStart);
+  free1D(w->laneComm);
+  free1D(w->laneQ);
+  free1D(w->laneOTU);
+  free1D(w->laneRow);
+  free1D(w->laneCol);
 }
 
 // out[c] = W[c] times the permuted rows of `from`, over the occurrences of c.
@@ -675,10 +835,45 @@ static void OccurrenceProducts(PermWork* w, double** from, int cols, double** ou
   }
 }
 
+// RaoIndex_Weight of the communities of group g, lane by lane: for each the
+// sum over i, then j, of q_i (q_j d_ij) with q the shares, the entropy's
+// terms in its order (the distances are symmetric, so the mirrored lower
+// triangle it reads is the same).
+static void LaneRao(PermWork* w, int g, double** D, double** out) {
+  const int* list = w->list;
+  int base = w->laneStart[g], M = (w->laneStart[g + 1] - base) / RAO_LANES;
+  for (int k = 0; k < RAO_LANES * M; k++) {
+    int o = list[w->laneOTU[base + k]] - 1;
+    w->laneCol[k] = o;
+    w->laneRow[k] = D[o];
+  }
+  const double *q0 = w->laneQ + base, *q1 = q0 + M, *q2 = q1 + M, *q3 = q2 + M;
+  const int *c0 = w->laneCol, *c1 = c0 + M, *c2 = c1 + M, *c3 = c2 + M;
+  double s0 = 0.0, s1 = 0.0, s2 = 0.0, s3 = 0.0;
+  for (int i = 0; i < M; i++) {
+    const double *r0 = w->laneRow[i], *r1 = w->laneRow[M + i], *r2 = w->laneRow[2 * M + i],
+                 *r3 = w->laneRow[3 * M + i];
+    double p0 = q0[i], p1 = q1[i], p2 = q2[i], p3 = q3[i];
+    for (int j = 0; j < M; j++) {
+      s0 += p0 * (q0[j] * r0[c0[j]]);
+      s1 += p1 * (q1[j] * r1[c1[j]]);
+      s2 += p2 * (q2[j] * r2[c2[j]]);
+      s3 += p3 * (q3[j] * r3[c3[j]]);
+    }
+  }
+  const double sums[RAO_LANES] = {s0, s1, s2, s3};
+  for (int L = 0; L < RAO_LANES; L++)
+    if (w->laneComm[g * RAO_LANES + L] >= 0) out[w->laneComm[g * RAO_LANES + L]][0] = sums[L];
+}
+
 // Rao entropy of every community on the permuted distances D, over its
 // occurrences.
 static void OccurrenceRao(PermWork* w, double** D, double** out) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  if (w->raoLanes) {
+    for (int g = 0; g < w->nGroups; g++) LaneRao(w, g, D, out);
+    return;
+  }
   const int* list = w->list;
   for (int c = 0; c < w->n; c++) {
     int s = w->occStart[c], m = w->occStart[c + 1] - s;
@@ -833,6 +1028,7 @@ static void PermutationPhase(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   double observed[N_PERMTEST_STATS];
   memcpy(observed, w->stat, sizeof(observed));
+  memset(permTestRandomSums, 0, sizeof(permTestRandomSums));
   bool detail = in->saveDetail && in->detailFile;
   char status[64];
   for (int i = 1; i < in->niter; i++) {
@@ -871,6 +1067,7 @@ static void PermutationPhase(PermWork* w) {
         w->count[PT_roBF] += 1.0;
     }
     Count(w, observed, PT_rXE_TR, true);
+    for (int k = 0; k < N_PERMTEST_STATS; k++) permTestRandomSums[k] += w->stat[k];
     if (detail) DetailPointE(w, i);
   }
   memcpy(w->stat, observed, sizeof(observed));
