@@ -17,6 +17,9 @@ double MatrixCorr(int n, double** a, float** b);
 // their sum of squares. False when n is below 2 or a pair holds -999; those
 // matrices need MatrixCorr.
 bool MatrixCorrPrepare(int n, double** a, double* centred, double* ss);
+// The same for k matrices a[m] at once, their sums running side by side:
+// ok[m] tells whether centred[m] and ss[m] were filled.
+void MatrixCorrPrepareMany(int n, int k, double** const* a, double* const* centred, double* ss, bool* ok);
 // r[m] = Mantel correlation of the prepared a with the prepared b[m], m < k,
 // in one pass over the pairs: the same value, bit for bit, as MatrixCorr.
 void MatrixCorrPrepared(long pairs, const double* a, double ssA, int k, const double* const* b,

@@ -87,6 +87,10 @@ struct PermWork {
   double** Db;         // [nOTUs]^2 Rao distance d of each entry of Sb
   double** Df;         // [nOTUs]^2 the same of Sf
   int maxOcc;          // most occurrences in a community
+  bool plainTerms;     // no -999 among the occurrences, every weight 1
+  bool plainB;         // B holds no -999
+  double** colsT;      // [max(nTraits, nTypes)][n] data by columns for the distances
+  double* rowSums;     // [n] running sums of one row of distances
   // Rao entropies in lanes: communities by decreasing occurrences, four at a
   // time, each padded with zero shares to the first one's count.
   bool raoLanes;       // the lanes are in use (no -999, all weights 1)
@@ -112,6 +116,45 @@ struct PermWork {
 
 // ---------------------------------------------------------------------------
 // Statistics
+
+// D = Euclidean distances between the rows of data (n by cols), as
+// ResemblanceLib with code 3 gives them: EucliDist's sums, each pair's over
+// k in order, but a whole row of pairs at a time from the data by columns,
+// so the independent sums run side by side. Data with -999 go to
+// ResemblanceLib.
+static void Distances(PermWork* w, int cols, double** data, double** D, int code) {
+  int n = w->n;
+  if (!w->colsT || code != 3) {
+    ResemblanceLib(n, cols, data, D, 1, code, 0, NULL, 0.0, 0.0, 0, false);
+    return;
+  }
+  for (int i = 0; i < n; i++)
+    for (int k = 0; k < cols; k++) {
+      double x = data[i][k];
+      if (x == -999.0) {
+        ResemblanceLib(n, cols, data, D, 1, code, 0, NULL, 0.0, 0.0, 0, false);
+        return;
+      }
+      w->colsT[k][i] = x;
+    }
+  double* sum = w->rowSums;
+  for (int i = 0; i < n; i++) {
+    D[i][i] = 0.0;
+    for (int j = i + 1; j < n; j++) sum[j] = 0.0;
+    for (int k = 0; k < cols; k++) {
+      const double* col = w->colsT[k];
+      double x = col[i];
+      for (int j = i + 1; j < n; j++) {
+        double d = x - col[j];
+        sum[j] += d * d;
+      }
+    }
+    double* row = D[i];
+    for (int j = i + 1; j < n; j++) row[j] = sum[j] > 0.0 ? std::sqrt(sum[j]) : 0.0;
+  }
+  for (int i = 0; i < n; i++)
+    for (int j = i + 1; j < n; j++) D[j][i] = D[i][j];
+}
 
 // c(A, B) of two data matrices with `rows` rows: Procrustes for opt_ro 2,
 // RV for 3.
@@ -154,12 +197,53 @@ static void RhoMany(PermWork* w, int a, double** A, int k, const int* b, double*
   for (int u = 0; u < used; u++) r[which[u]] = out[u];
 }
 
-// r(TE), r(YT), r(ZT) of the present T; with Mantel also DT.
+// The matrices of the statistics that follow, as the bits of `which`.
+enum { MM_T = 1, MM_X = 2, MM_R = 4 };
+
+// With Mantel, the resemblance matrices of T (MM_T), of X and P (MM_X) and
+// of the Rao entropies (MM_R), prepared together: their sums run side by
+// side instead of one after the other.
+static void MantelMatrices(PermWork* w, int which) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  if (!w->mantel) return;
+  int n = w->n, k = 0, id[5];
+  double** D[5];
+  if (which & MM_T) {
+    Distances(w, in->nTraits, w->T, w->DT, 3);
+    D[k] = w->DT, id[k++] = RHO_T;
+  }
+  if (which & MM_X) {
+    Distances(w, in->nTypes, w->X, w->DX, w->code);
+    D[k] = w->DX, id[k++] = RHO_X;
+    if (w->phyl) {
+      Distances(w, in->nTaxa, w->P, w->DP, w->code);
+      D[k] = w->DP, id[k++] = RHO_P;
+    }
+  }
+  if (which & MM_R) {
+    AbsValFunctionMV(n, 1, w->R, w->DR);
+    D[k] = w->DR, id[k++] = RHO_R;
+    if (w->phyl) {
+      AbsValFunctionMV(n, 1, w->Rp, w->DRp);
+      D[k] = w->DRp, id[k++] = RHO_RP;
+    }
+  }
+  if (!w->prepared || k == 0) return;
+  double* centred[5];
+  double ss[5];
+  bool ok[5];
+  for (int m = 0; m < k; m++) centred[m] = w->cen[id[m]];
+  MatrixCorrPrepareMany(n, k, D, centred, ss, ok);
+  for (int m = 0; m < k; m++) {
+    w->ss[id[m]] = ss[m];
+    w->ok[id[m]] = ok[m];
+  }
+}
+
+// r(TE), r(YT), r(ZT) of the present T (with Mantel, on DT).
 static void StatsT(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   if (w->mantel) {
-    ResemblanceLib(w->n, in->nTraits, w->T, w->DT, 1, 3, 0, NULL, 0.0, 0.0, 0, false);
-    PrepareRho(w, RHO_T, w->DT);
     const int b[3] = {RHO_E, RHO_Y, RHO_Z};
     double** const B[3] = {in->DE, in->DY, in->DZ};
     double r[3];
@@ -180,8 +264,6 @@ static void StatsXP(PermWork* w) {
   double* s = w->stat;
   int n = w->n;
   if (w->mantel) {
-    ResemblanceLib(n, in->nTypes, w->X, w->DX, 1, w->code, 0, NULL, 0.0, 0.0, 0, false);
-    PrepareRho(w, RHO_X, w->DX);
     const int b[4] = {RHO_E, RHO_T, RHO_Y, RHO_Z};
     double** const B[4] = {in->DE, w->DT, in->DY, in->DZ};
     double r[4];
@@ -194,8 +276,6 @@ static void StatsXP(PermWork* w) {
     s[PT_roXY_T] = PartialCorrelation(s[PT_roXY], w->rXT, s[PT_rYT]);
     s[PT_roXZ_T] = PartialCorrelation(s[PT_roXZ], w->rXT, s[PT_rZT]);
     if (!w->phyl) return;
-    ResemblanceLib(n, in->nTaxa, w->P, w->DP, 1, w->code, 0, NULL, 0.0, 0.0, 0, false);
-    PrepareRho(w, RHO_P, w->DP);
     const int bp[3] = {RHO_E, RHO_T, RHO_X};
     double** const BP[3] = {in->DE, w->DT, w->DX};
     RhoMany(w, RHO_P, w->DP, 3, bp, BP, r);
@@ -243,8 +323,6 @@ static void StatsR(PermWork* w) {
   double* s = w->stat;
   int n = w->n;
   if (w->mantel) {
-    AbsValFunctionMV(n, 1, w->R, w->DR);
-    PrepareRho(w, RHO_R, w->DR);
     const int b[3] = {RHO_E, RHO_X, RHO_T};
     double** const B[3] = {in->DE, w->DX, w->DT};
     double r[3];
@@ -253,8 +331,6 @@ static void StatsR(PermWork* w) {
     w->rXR = r[1];
     w->rTR = r[2];
     if (w->phyl) {
-      AbsValFunctionMV(n, 1, w->Rp, w->DRp);
-      PrepareRho(w, RHO_RP, w->DRp);
       RhoMany(w, RHO_RP, w->DRp, 1, b, B, r);
       s[PT_rFE] = r[0];
     }
@@ -588,6 +664,12 @@ static void AllocWork(PermWork* w, PermTest_FunctionalPhyl_Correl_Input* in) {
     }
   }
   w->prepared = w->mantel && n >= 3 && n <= 46340 && !permTestPlainLoops;
+  if (w->mantel && !permTestPlainLoops && n > 0) {
+    int cols = in->nTraits > in->nTypes ? in->nTraits : in->nTypes;
+    if (w->phyl && in->nTaxa > cols) cols = in->nTaxa;
+    w->colsT = dim2Double(cols > 0 ? cols : 1, n);
+    w->rowSums = dim1Double(n);
+  }
   if (w->prepared) {
     w->pairs = (long)n * (n - 1) / 2;
     for (int k = 0; k < N_RHO_MATRICES; k++) w->cen[k] = dim1Double(w->pairs);
@@ -639,6 +721,12 @@ static void FreeWork(PermWork* w) {
   }
   if (w->prepared)
     for (int k = 0; k < N_RHO_MATRICES; k++) free1D(w->cen[k]);
+  if (w->colsT) {
+    int cols = in->nTraits > in->nTypes ? in->nTraits : in->nTypes;
+    if (w->phyl && in->nTaxa > cols) cols = in->nTaxa;
+    free2D(w->colsT, cols > 0 ? cols : 1);
+    free1D(w->rowSums);
+  }
   if (w->printWork) {
     int side = n > nO ? n : nO;
     free2D(w->printWork, side);
@@ -795,6 +883,10 @@ static void SetupOccurrences(PermWork* w) {
     if (k - w->occStart[c] > w->maxOcc) w->maxOcc = k - w->occStart[c];
   }
   w->occStart[n] = k;
+  w->plainTerms = true;
+  for (int x = 0; x < k; x++)
+    if (w->occW[x] == -999.0 || (in->weightOTUs && w->occWeight[x] != 1)) w->plainTerms = false;
+  w->plainB = FiniteMatrix(nO, in->nTraits, in->B, false);
   w->rowsSub = PointerRows(nO);
   if (w->compactR) w->Ssub = dim2Double(w->maxOcc > 0 ? w->maxOcc : 1, w->maxOcc > 0 ? w->maxOcc : 1);
   if (w->compactR) SetupRaoLanes(w);
@@ -821,8 +913,26 @@ static void FreeOccurrences(PermWork* w) {
 }
 
 // out[c] = W[c] times the permuted rows of `from`, over the occurrences of c.
-static void OccurrenceProducts(PermWork* w, double** from, int cols, double** out, int* mask) {
+// With plain terms (no -999 on either side, every weight 1) each entry is
+// the product's sum of abundance times value, term by term in the same
+// order, taken for all columns of a row at once.
+static void OccurrenceProducts(PermWork* w, double** from, int cols, double** out, int* mask, bool plain) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  if (plain) {
+    for (int c = 0; c < w->n; c++) {
+      double* o = out[c];
+      for (int k = 0; k < cols; k++) o[k] = 0.0;
+      for (int x = w->occStart[c]; x < w->occStart[c + 1]; x++) {
+        double a = w->occW[x];
+        const double* row = from[w->list[w->occOTU[x]] - 1];
+        for (int k = 0; k < cols; k++) o[k] += a * row[k];
+      }
+      if (mask)
+        for (int k = 0; k < cols; k++)
+          if (mask[k] != 1) o[k] = 0.0;
+    }
+    return;
+  }
   for (int c = 0; c < w->n; c++) {
     int s = w->occStart[c], m = w->occStart[c + 1] - s;
     for (int x = 0; x < m; x++) w->rowsSub[x] = from[w->list[w->occOTU[s + x]] - 1];
@@ -896,6 +1006,7 @@ static void ObservedPhase(PermWork* w) {
   MatrixProdSelectMV_Weight(n, nO, nO, in->nTraits, in->W, in->B, w->T, in->traitMask, in->weightOTUs);
   if (in->keepObserved && in->Tout) CopyMatrix(n, in->nTraits, w->T, in->Tout);
   NormalizeCols(n, in->nTraits, w->T, w->T);
+  MantelMatrices(w, MM_T);
   StatsT(w);
   CopyMatrix(n, in->nTraits, w->T, w->Tobs);
   if (in->keepObserved && in->Tout) CopyMatrix(n, in->nTraits, w->T, in->Tout);
@@ -914,6 +1025,7 @@ static void ObservedPhase(PermWork* w) {
       w->stat[PT_roBF] = CoefRows(w, nO, w->Bnorm, in->nTraits, in->pcoaScores, in->nPCoAAxes);
     }
   }
+  MantelMatrices(w, MM_X);
   StatsXP(w);
   if (in->saveDetail && in->detailFile) DetailPointA(w);
   RaoAll(w, in->Sb, in->Sf);
@@ -925,6 +1037,7 @@ static void ObservedPhase(PermWork* w) {
     if (in->keepObserved && in->RpOut)
       for (int c = 0; c < n; c++) in->RpOut[c] = w->Rp[c][0];
   }
+  MantelMatrices(w, MM_R);
   StatsR(w);
   if (in->saveDetail && in->detailFile) DetailPointB(w);
 }
@@ -959,7 +1072,7 @@ static void RandomT(PermWork* w) {
     // The random T is not normalised although the observed one is: intended,
     // the probabilities depend on it.
     if (w->compactT)
-      OccurrenceProducts(w, in->B, in->nTraits, w->T, in->traitMask);
+      OccurrenceProducts(w, in->B, in->nTraits, w->T, in->traitMask, w->plainTerms && w->plainB);
     else
       MatrixProdSelectMV_Weight(n, nO, nO, in->nTraits, in->W, w->Brnd, w->T, in->traitMask, in->weightOTUs);
   } else {
@@ -973,13 +1086,13 @@ static void RandomXP(PermWork* w) {
   if (w->taxa) {
     for (int k = 0; k < nO; k++) w->Urnd[k] = in->U[w->list[k] - 1];
     if (w->compactXP)
-      OccurrenceProducts(w, in->U, in->nTypes, w->X, NULL);
+      OccurrenceProducts(w, in->U, in->nTypes, w->X, NULL, w->plainTerms);
     else
       MatrixProdMV_Weight(n, nO, nO, in->nTypes, in->W, w->Urnd, w->X, in->weightOTUs);
     if (w->phyl) {
       for (int k = 0; k < nO; k++) w->Qrnd[k] = in->Q[w->list[k] - 1];
       if (w->compactXP)
-        OccurrenceProducts(w, in->Q, in->nTaxa, w->P, NULL);
+        OccurrenceProducts(w, in->Q, in->nTaxa, w->P, NULL, w->plainTerms);
       else
         MatrixProdMV_Weight(n, nO, nO, in->nTaxa, in->W, w->Qrnd, w->P, in->weightOTUs);
     }
@@ -1035,13 +1148,17 @@ static void PermutationPhase(PermWork* w) {
     snprintf(status, sizeof(status), "Permutation test: %d of %d", i, in->niter);
     HandleEventInfoWhere2(status);
     NewList(w);
+    // Each arrangement's T, X, P and entropies first, so that their
+    // resemblance matrices are prepared together.
     RandomT(w);
+    RandomXP(w);
+    RandomR(w);
+    MantelMatrices(w, MM_T | MM_X | MM_R);
     StatsT(w);
     Count(w, observed, PT_rTE, false);
     Count(w, observed, PT_rYT, false);
     Count(w, observed, PT_rZT, false);
     if (detail) DetailPointC(w, i);
-    RandomXP(w);
     StatsXP(w);
     Count(w, observed, PT_rXE, false);
     Count(w, observed, PT_rXE_T, true);
@@ -1056,7 +1173,6 @@ static void PermutationPhase(PermWork* w) {
       for (int k = PT_roPX_T; k <= PT_roPE_X; k++) Count(w, observed, k, true);
     }
     if (detail) DetailPointD(w, i);
-    RandomR(w);
     StatsR(w);
     Count(w, observed, PT_rRE, false);
     if (w->phyl) {

@@ -82,9 +82,9 @@ TEST(CongruenceMantel, AgreesWithPearsonOfUpperTrianglePairs)
 TEST(CongruenceMantel, PreparedFormGivesMatrixCorrBitForBit)
 {
     for (int n : {2, 3, 23}) {
-        const int k = 6;  // more partners than one pass takes
-        double** m[k + 1];
-        for (int s = 0; s <= k; s++) m[s] = Symmetric(n, 31u * s + 5u);
+        const int k = 7;  // more matrices than one pass takes
+        double** m[k];
+        for (int s = 0; s < k; s++) m[s] = Symmetric(n, 31u * s + 5u);
         for (int i = 0; i < n; i++)
             for (int j = 0; j < n; j++) {
                 m[1][i][j] = 83250.125 + m[1][i][j] * 1e-7;  // large mean, tiny spread
@@ -94,28 +94,28 @@ TEST(CongruenceMantel, PreparedFormGivesMatrixCorrBitForBit)
             }
         m[5][0][0] = M;  // diagonal and lower triangle are never read
         m[5][n - 1][0] = M;
-        double* cen[k + 1];
-        double ss[k + 1];
+        m[6][0][n - 1] = M;  // a pair with -999: MatrixCorr's business
+        double* cen[k];
+        double ss[k];
+        bool ok[k];
         long pairs = (long)n * (n - 1) / 2;
-        for (int s = 0; s <= k; s++) {
-            cen[s] = dim1Double((int)pairs);
-            ASSERT_TRUE(MatrixCorrPrepare(n, m[s], cen[s], &ss[s])) << "matrix " << s << ", n " << n;
-        }
-        for (int a = 0; a <= k; a++) {
-            const double* partners[k + 1];
-            double r[k + 1];
-            for (int s = 0; s <= k; s++) partners[s] = cen[s];
-            MatrixCorrPrepared(pairs, cen[a], ss[a], k + 1, partners, ss, r);
-            for (int b = 0; b <= k; b++) {
+        for (int s = 0; s < k; s++) cen[s] = dim1Double((int)pairs);
+        MatrixCorrPrepareMany(n, k, m, cen, ss, ok);
+        for (int s = 0; s < k; s++) EXPECT_EQ(s < 6, ok[s]) << "matrix " << s << ", n " << n;
+        double single;
+        EXPECT_TRUE(MatrixCorrPrepare(n, m[1], cen[6], &single));
+        EXPECT_EQ(ss[1], single) << "one matrix or several, the same sum of squares";
+        for (int a = 0; a < 6; a++) {
+            double r[6];
+            MatrixCorrPrepared(pairs, cen[a], ss[a], 6, cen, ss, r);
+            for (int b = 0; b < 6; b++) {
                 double plain = MatrixCorr(n, m[a], m[b]);
                 EXPECT_EQ(0, std::memcmp(&r[b], &plain, sizeof(double)))
                     << "n " << n << ", matrices " << a << " and " << b << ": prepared " << r[b]
                     << ", MatrixCorr " << plain;
             }
         }
-        m[6][0][n - 1] = M;
-        EXPECT_FALSE(MatrixCorrPrepare(n, m[6], cen[6], &ss[6])) << "a pair with -999 needs MatrixCorr";
-        for (int s = 0; s <= k; s++) {
+        for (int s = 0; s < k; s++) {
             free1D(cen[s]);
             free2D(m[s], n);
         }
