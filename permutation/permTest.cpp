@@ -117,11 +117,18 @@ struct PermWork {
 // ---------------------------------------------------------------------------
 // Statistics
 
+// Number of pairs of a row whose sums run side by side in Distances, and
+// two doubles that the compiler adds and multiplies lane by lane (IEEE
+// arithmetic per lane, the same as one at a time).
+#define DIST_BLOCK 8
+typedef double Lanes2 __attribute__((vector_size(16)));
+
 // D = Euclidean distances between the rows of data (n by cols), as
 // ResemblanceLib with code 3 gives them: EucliDist's sums, each pair's over
-// k in order, but a whole row of pairs at a time from the data by columns,
-// so the independent sums run side by side. Data with -999 go to
-// ResemblanceLib.
+// k in order, but DIST_BLOCK pairs of a row at a time from the data by
+// columns, so that independent sums run side by side. Only the diagonal and
+// the pairs i < j are written: nothing here reads the lower triangle. Data
+// with -999 go to ResemblanceLib.
 static void Distances(PermWork* w, int cols, double** data, double** D, int code) {
   int n = w->n;
   if (!w->colsT || code != 3) {
@@ -137,23 +144,61 @@ static void Distances(PermWork* w, int cols, double** data, double** D, int code
       }
       w->colsT[k][i] = x;
     }
-  double* sum = w->rowSums;
+  double** c = w->colsT;
   for (int i = 0; i < n; i++) {
-    D[i][i] = 0.0;
-    for (int j = i + 1; j < n; j++) sum[j] = 0.0;
-    for (int k = 0; k < cols; k++) {
-      const double* col = w->colsT[k];
-      double x = col[i];
-      for (int j = i + 1; j < n; j++) {
-        double d = x - col[j];
-        sum[j] += d * d;
-      }
-    }
     double* row = D[i];
-    for (int j = i + 1; j < n; j++) row[j] = sum[j] > 0.0 ? std::sqrt(sum[j]) : 0.0;
+    row[i] = 0.0;
+    int j = i + 1;
+    for (; j + DIST_BLOCK <= n; j += DIST_BLOCK) {
+      // Two pairs to a vector: each lane does its own pair's operations.
+      Lanes2 s0 = {0.0, 0.0}, s1 = s0, s2 = s0, s3 = s0;
+      for (int k = 0; k < cols; k++) {
+        const double* col = c[k] + j;
+        Lanes2 x = {c[k][i], c[k][i]}, a0, a1, a2, a3;
+        memcpy(&a0, col, sizeof(a0));
+        memcpy(&a1, col + 2, sizeof(a1));
+        memcpy(&a2, col + 4, sizeof(a2));
+        memcpy(&a3, col + 6, sizeof(a3));
+        Lanes2 d0 = x - a0, d1 = x - a1, d2 = x - a2, d3 = x - a3;
+        s0 += d0 * d0;
+        s1 += d1 * d1;
+        s2 += d2 * d2;
+        s3 += d3 * d3;
+      }
+      double sum[DIST_BLOCK];
+      memcpy(sum, &s0, sizeof(s0));
+      memcpy(sum + 2, &s1, sizeof(s1));
+      memcpy(sum + 4, &s2, sizeof(s2));
+      memcpy(sum + 6, &s3, sizeof(s3));
+      for (int t = 0; t < DIST_BLOCK; t++) row[j + t] = sum[t] > 0.0 ? std::sqrt(sum[t]) : 0.0;
+    }
+    for (; j < n; j++) {
+      double sum = 0.0;
+      for (int k = 0; k < cols; k++) {
+        double d = c[k][i] - c[k][j];
+        sum += d * d;
+      }
+      row[j] = sum > 0.0 ? std::sqrt(sum) : 0.0;
+    }
   }
+}
+
+// D = |R[i] - R[j]| of the entropies, AbsValFunctionMV's values for one
+// column (0 + |x| is |x|); the pairs i < j and the diagonal only, like
+// Distances. With -999, AbsValFunctionMV.
+static void EntropyDistances(PermWork* w, double** R, double** D) {
+  int n = w->n;
   for (int i = 0; i < n; i++)
-    for (int j = i + 1; j < n; j++) D[j][i] = D[i][j];
+    if (R[i][0] == -999.0 || permTestPlainLoops) {
+      AbsValFunctionMV(n, 1, R, D);
+      return;
+    }
+  for (int i = 0; i < n; i++) {
+    double x = R[i][0];
+    double* row = D[i];
+    row[i] = 0.0;
+    for (int j = i + 1; j < n; j++) row[j] = std::fabs(x - R[j][0]);
+  }
 }
 
 // c(A, B) of two data matrices with `rows` rows: Procrustes for opt_ro 2,
@@ -221,10 +266,10 @@ static void MantelMatrices(PermWork* w, int which) {
     }
   }
   if (which & MM_R) {
-    AbsValFunctionMV(n, 1, w->R, w->DR);
+    EntropyDistances(w, w->R, w->DR);
     D[k] = w->DR, id[k++] = RHO_R;
     if (w->phyl) {
-      AbsValFunctionMV(n, 1, w->Rp, w->DRp);
+      EntropyDistances(w, w->Rp, w->DRp);
       D[k] = w->DRp, id[k++] = RHO_RP;
     }
   }
