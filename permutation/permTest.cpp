@@ -111,6 +111,8 @@ struct PermWork {
   double stat[N_PERMTEST_STATS];   // statistics of the present arrangement
   double count[N_PERMTEST_STATS];  // running counts, the observed one included
   double rXT, rXR, rTR;            // helpers of the partial statistics
+  bool fused;                      // the iteration's rho values are in fusedRho
+  double fusedRho[3][4];           // those of StatsT, StatsXP and StatsR, in their order
   double rXE_R, rTE_R, rXT_R;
 };
 
@@ -245,6 +247,50 @@ static void RhoMany(PermWork* w, int a, double** A, int k, const int* b, double*
 // The matrices of the statistics that follow, as the bits of `which`.
 enum { MM_T = 1, MM_X = 2, MM_R = 4 };
 
+// r = cross / sqrt(ssA ssB), 0 for a zero sum of squares: MatrixCorr's end.
+static double RhoOf(double cross, double ssA, double ssB) {
+  return (ssA == 0.0 || ssB == 0.0) ? 0.0 : cross / std::sqrt(ssA * ssB);
+}
+
+// Without phylogeny, when all six matrices are prepared: the ten rho
+// values of an arrangement in one pass over the pairs, ten sums side by
+// side, each with MatrixCorrPrepared's products in pair order.
+static void FusedRho(PermWork* w) {
+  w->fused = false;
+  if (!w->prepared || w->phyl) return;
+  for (int k = RHO_E; k <= RHO_R; k++)
+    if (!w->ok[k]) return;
+  const double *e = w->cen[RHO_E], *y = w->cen[RHO_Y], *z = w->cen[RHO_Z];
+  const double *t = w->cen[RHO_T], *x = w->cen[RHO_X], *r = w->cen[RHO_R];
+  double tE = 0.0, tY = 0.0, tZ = 0.0, xE = 0.0, xT = 0.0, xY = 0.0, xZ = 0.0, rE = 0.0, rX = 0.0, rT = 0.0;
+  for (long p = 0; p < w->pairs; p++) {
+    double E = e[p], Y = y[p], Z = z[p], T = t[p], X = x[p], R = r[p];
+    tE += T * E;
+    tY += T * Y;
+    tZ += T * Z;
+    xE += X * E;
+    xT += X * T;
+    xY += X * Y;
+    xZ += X * Z;
+    rE += R * E;
+    rX += R * X;
+    rT += R * T;
+  }
+  const double* ss = w->ss;
+  double(*f)[4] = w->fusedRho;
+  f[0][0] = RhoOf(tE, ss[RHO_T], ss[RHO_E]);
+  f[0][1] = RhoOf(tY, ss[RHO_T], ss[RHO_Y]);
+  f[0][2] = RhoOf(tZ, ss[RHO_T], ss[RHO_Z]);
+  f[1][0] = RhoOf(xE, ss[RHO_X], ss[RHO_E]);
+  f[1][1] = RhoOf(xT, ss[RHO_X], ss[RHO_T]);
+  f[1][2] = RhoOf(xY, ss[RHO_X], ss[RHO_Y]);
+  f[1][3] = RhoOf(xZ, ss[RHO_X], ss[RHO_Z]);
+  f[2][0] = RhoOf(rE, ss[RHO_R], ss[RHO_E]);
+  f[2][1] = RhoOf(rX, ss[RHO_R], ss[RHO_X]);
+  f[2][2] = RhoOf(rT, ss[RHO_R], ss[RHO_T]);
+  w->fused = true;
+}
+
 // With Mantel, the resemblance matrices of T (MM_T), of X and P (MM_X) and
 // of the Rao entropies (MM_R), prepared together: their sums run side by
 // side instead of one after the other.
@@ -292,7 +338,10 @@ static void StatsT(PermWork* w) {
     const int b[3] = {RHO_E, RHO_Y, RHO_Z};
     double** const B[3] = {in->DE, in->DY, in->DZ};
     double r[3];
-    RhoMany(w, RHO_T, w->DT, 3, b, B, r);
+    if (w->fused)
+      memcpy(r, w->fusedRho[0], sizeof(r));
+    else
+      RhoMany(w, RHO_T, w->DT, 3, b, B, r);
     w->stat[PT_rTE] = r[0];
     w->stat[PT_rYT] = r[1];
     w->stat[PT_rZT] = r[2];
@@ -312,7 +361,10 @@ static void StatsXP(PermWork* w) {
     const int b[4] = {RHO_E, RHO_T, RHO_Y, RHO_Z};
     double** const B[4] = {in->DE, w->DT, in->DY, in->DZ};
     double r[4];
-    RhoMany(w, RHO_X, w->DX, 4, b, B, r);
+    if (w->fused)
+      memcpy(r, w->fusedRho[1], sizeof(r));
+    else
+      RhoMany(w, RHO_X, w->DX, 4, b, B, r);
     s[PT_rXE] = r[0];
     w->rXT = r[1];
     s[PT_roXY] = r[2];
@@ -371,7 +423,10 @@ static void StatsR(PermWork* w) {
     const int b[3] = {RHO_E, RHO_X, RHO_T};
     double** const B[3] = {in->DE, w->DX, w->DT};
     double r[3];
-    RhoMany(w, RHO_R, w->DR, 3, b, B, r);
+    if (w->fused)
+      memcpy(r, w->fusedRho[2], sizeof(r));
+    else
+      RhoMany(w, RHO_R, w->DR, 3, b, B, r);
     s[PT_rRE] = r[0];
     w->rXR = r[1];
     w->rTR = r[2];
@@ -1199,6 +1254,7 @@ static void PermutationPhase(PermWork* w) {
     RandomXP(w);
     RandomR(w);
     MantelMatrices(w, MM_T | MM_X | MM_R);
+    if (w->mantel) FusedRho(w);
     StatsT(w);
     Count(w, observed, PT_rTE, false);
     Count(w, observed, PT_rYT, false);
@@ -1232,6 +1288,7 @@ static void PermutationPhase(PermWork* w) {
     if (detail) DetailPointE(w, i);
   }
   memcpy(w->stat, observed, sizeof(observed));
+  w->fused = false;
 }
 
 // One thread for the inner parallel loops when every resemblance matrix of
