@@ -311,7 +311,8 @@ TEST(PermTestReproducibility, ThreadsAndFasterPathChangeNothing) {
     Release(&pc);
   }
   // Variants 4 and 5 have no weight 0 and no -999: the Rao entropies then
-  // run four communities side by side, padded with zero shares.
+  // run four communities side by side, padded with zero shares; 5 has no
+  // phylogeny, so that its ten rho values share one pass.
   for (int variant = 0; variant < 6; variant++) {
     PermCase pc;
     int v = variant % 4;
@@ -322,6 +323,7 @@ TEST(PermTestReproducibility, ThreadsAndFasterPathChangeNothing) {
     pc.in.sqrtDissimPhyl = v >= 2;
     pc.in.restrictRao = v == 2 || variant == 4;
     pc.in.weightedNullModel = v == 1;
+    pc.in.includePhylogeny = variant != 5;
     if (variant < 4) {
       pc.weights[3] = 0;
       pc.W[2][5] = -999.0;
