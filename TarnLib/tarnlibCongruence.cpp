@@ -50,6 +50,132 @@ static double MantelCorr(int n, TA** a, TB** b)
 }
 
 double MatrixCorr(int n, double** a, double** b) { return MantelCorr(n, a, b); }
+
+// MantelCorr's sums of the pairs of K matrices, each in MantelCorr's order;
+// bad[m] when a pair of a[m] holds -999.
+template <int K>
+static void PairSums(int n, double** const* a, double* sum, bool* bad)
+{
+    double s[K];
+    bool b[K];
+    for (int m = 0; m < K; m++) {
+        s[m] = 0.0;
+        b[m] = false;
+    }
+    for (int i = 0; i < n; i++) {
+        const double* row[K];
+        for (int m = 0; m < K; m++) row[m] = a[m][i];
+        for (int j = i + 1; j < n; j++)
+            for (int m = 0; m < K; m++) {
+                double x = row[m][j];
+                b[m] |= x == missing;
+                s[m] += x;
+            }
+    }
+    for (int m = 0; m < K; m++) {
+        sum[m] = s[m];
+        bad[m] = b[m];
+    }
+}
+
+// MantelCorr's deviations from the means and their sums of squares.
+template <int K>
+static void PairDeviations(int n, double** const* a, const double* mean, double* const* centred, double* ss)
+{
+    double q[K];
+    for (int m = 0; m < K; m++) q[m] = 0.0;
+    long p = 0;
+    for (int i = 0; i < n; i++) {
+        const double* row[K];
+        for (int m = 0; m < K; m++) row[m] = a[m][i];
+        for (int j = i + 1; j < n; j++, p++)
+            for (int m = 0; m < K; m++) {
+                double d = row[m][j] - mean[m];
+                centred[m][p] = d;
+                q[m] += d * d;
+            }
+    }
+    for (int m = 0; m < K; m++) ss[m] = q[m];
+}
+
+// Up to four matrices in one pass of each kind.
+static void PrepareFour(int n, int k, double** const* a, double* const* centred, double* ss, bool* ok)
+{
+    double sum[4];
+    bool bad[4];
+    if (k == 4) PairSums<4>(n, a, sum, bad);
+    else if (k == 3) PairSums<3>(n, a, sum, bad);
+    else if (k == 2) PairSums<2>(n, a, sum, bad);
+    else PairSums<1>(n, a, sum, bad);
+    long count = (long)n * (n - 1) / 2;
+    double** good[4];
+    double* to[4];
+    double mean[4], squares[4];
+    int used = 0;
+    for (int m = 0; m < k; m++) {
+        ok[m] = !bad[m];
+        ss[m] = 0.0;
+        if (bad[m]) continue;
+        good[used] = a[m];
+        to[used] = centred[m];
+        mean[used++] = sum[m] / count;
+    }
+    if (used == 4) PairDeviations<4>(n, good, mean, to, squares);
+    else if (used == 3) PairDeviations<3>(n, good, mean, to, squares);
+    else if (used == 2) PairDeviations<2>(n, good, mean, to, squares);
+    else if (used == 1) PairDeviations<1>(n, good, mean, to, squares);
+    for (int m = 0, u = 0; m < k; m++)
+        if (ok[m]) ss[m] = squares[u++];
+}
+
+void MatrixCorrPrepareMany(int n, int k, double** const* a, double* const* centred, double* ss, bool* ok)
+{
+    for (int m = 0; m < k; m++) {
+        ok[m] = false;
+        ss[m] = 0.0;
+    }
+    if (n < 2) return;
+    for (int first = 0; first < k; first += 4)
+        PrepareFour(n, k - first < 4 ? k - first : 4, a + first, centred + first, ss + first, ok + first);
+}
+
+bool MatrixCorrPrepare(int n, double** a, double* centred, double* ss)
+{
+    bool ok;
+    MatrixCorrPrepareMany(n, 1, &a, &centred, ss, &ok);
+    return ok;
+}
+
+// K cross products in one pass: K running sums, each in pair order.
+template <int K>
+static void CrossProducts(long pairs, const double* a, const double* const* b, double* cross)
+{
+    double s[K];
+    for (int m = 0; m < K; m++) s[m] = 0.0;
+    for (long p = 0; p < pairs; p++) {
+        double x = a[p];
+        for (int m = 0; m < K; m++) s[m] += x * b[m][p];
+    }
+    for (int m = 0; m < K; m++) cross[m] = s[m];
+}
+
+void MatrixCorrPrepared(long pairs, const double* a, double ssA, int k, const double* const* b,
+                        const double* ssB, double* r)
+{
+    for (int first = 0; first < k; first += 4) {
+        double cross[4];
+        int left = k - first;
+        if (left >= 4) CrossProducts<4>(pairs, a, b + first, cross);
+        else if (left == 3) CrossProducts<3>(pairs, a, b + first, cross);
+        else if (left == 2) CrossProducts<2>(pairs, a, b + first, cross);
+        else CrossProducts<1>(pairs, a, b + first, cross);
+        int used = left < 4 ? left : 4;
+        for (int m = 0; m < used; m++) {
+            double ssb = ssB[first + m];
+            r[first + m] = (ssA == 0.0 || ssb == 0.0) ? 0.0 : cross[m] / std::sqrt(ssA * ssb);
+        }
+    }
+}
 double MatrixCorr(int n, float** a, float** b) { return MantelCorr(n, a, b); }
 double MatrixCorr(int n, float** a, double** b) { return MantelCorr(n, a, b); }
 double MatrixCorr(int n, double** a, float** b) { return MantelCorr(n, a, b); }

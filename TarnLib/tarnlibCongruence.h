@@ -12,6 +12,18 @@ double MatrixCorr(int n, double** a, double** b);
 double MatrixCorr(int n, float** a, float** b);
 double MatrixCorr(int n, float** a, double** b);
 double MatrixCorr(int n, double** a, float** b);
+// For many Mantel correlations on the same matrices: `centred` receives the
+// n (n - 1) / 2 pairs i < j of a, row by row, minus their mean, and `ss`
+// their sum of squares. False when n is below 2 or a pair holds -999; those
+// matrices need MatrixCorr.
+bool MatrixCorrPrepare(int n, double** a, double* centred, double* ss);
+// The same for k matrices a[m] at once, their sums running side by side:
+// ok[m] tells whether centred[m] and ss[m] were filled.
+void MatrixCorrPrepareMany(int n, int k, double** const* a, double* const* centred, double* ss, bool* ok);
+// r[m] = Mantel correlation of the prepared a with the prepared b[m], m < k,
+// in one pass over the pairs: the same value, bit for bit, as MatrixCorr.
+void MatrixCorrPrepared(long pairs, const double* a, double ssA, int k, const double* const* b,
+                        const double* ssB, double* r);
 
 // Data matrices with the same rows: a is rows by p, b rows by q.
 // Symmetric Procrustes coefficient; 0 when the decomposition fails.

@@ -25,9 +25,17 @@ bool permTestPlainLoops = false;
 // Below this the distances of an iteration run faster on one thread than a
 // team can meet at the end of each parallel loop, thousands of times a test.
 double permTestSmallWork = 4000000.0;
+// Two runs that drew the same arrangements agree here to the last bit.
+double permTestRandomSums[N_PERMTEST_STATS];
 
 // Digits of the numbers in the intermediate file.
 #define PERM_DETAIL_DIGITS 6
+
+// The resemblance matrices that enter Mantel correlations.
+enum { RHO_E, RHO_Y, RHO_Z, RHO_T, RHO_X, RHO_R, RHO_P, RHO_RP, N_RHO_MATRICES };
+
+// Communities whose Rao entropies run side by side: independent sums overlap.
+#define RAO_LANES 4
 
 // Working storage of one call, allocated once before the iterations. The
 // permuted B, U, Q and PCoA scores are row-pointer arrays into the caller's
@@ -79,14 +87,121 @@ struct PermWork {
   double** Db;         // [nOTUs]^2 Rao distance d of each entry of Sb
   double** Df;         // [nOTUs]^2 the same of Sf
   int maxOcc;          // most occurrences in a community
+  bool plainTerms;     // no -999 among the occurrences, every weight 1
+  bool plainB;         // B holds no -999
+  double** colsT;      // [max(nTraits, nTypes)][n] data by columns for the distances
+  double* rowSums;     // [n] running sums of one row of distances
+  // Rao entropies in lanes: communities by decreasing occurrences, four at a
+  // time, each padded with zero shares to the first one's count.
+  bool raoLanes;       // the lanes are in use (no -999, all weights 1)
+  int nGroups;         // groups of RAO_LANES communities
+  int* laneStart;      // [nGroups + 1] start of each group in laneQ, laneOTU
+  int* laneComm;       // [nGroups * RAO_LANES] community of each lane, -1 none
+  double* laneQ;       // share a / total of each occurrence, 0 when padding
+  int* laneOTU;        // its zero-based OTU (0 when padding)
+  double** laneRow;    // [RAO_LANES * maxOcc] permuted distance rows
+  int* laneCol;        // [RAO_LANES * maxOcc] permuted columns
+  // Mantel correlations of three communities or more on prepared matrices:
+  // each matrix's pairs minus their mean once, then one pass per correlation.
+  bool prepared;       // the prepared forms are in use
+  long pairs;          // pairs i < j of communities
+  double* cen[N_RHO_MATRICES];  // [pairs] centred pairs of each matrix
+  double ss[N_RHO_MATRICES];    // their sums of squares
+  bool ok[N_RHO_MATRICES];      // prepared (no -999): else MatrixCorr
   double stat[N_PERMTEST_STATS];   // statistics of the present arrangement
   double count[N_PERMTEST_STATS];  // running counts, the observed one included
   double rXT, rXR, rTR;            // helpers of the partial statistics
+  bool fused;                      // the iteration's rho values are in fusedRho
+  double fusedRho[3][4];           // those of StatsT, StatsXP and StatsR, in their order
   double rXE_R, rTE_R, rXT_R;
 };
 
 // ---------------------------------------------------------------------------
 // Statistics
+
+// Number of pairs of a row whose sums run side by side in Distances, and
+// two doubles that the compiler adds and multiplies lane by lane (IEEE
+// arithmetic per lane, the same as one at a time).
+#define DIST_BLOCK 8
+typedef double Lanes2 __attribute__((vector_size(16)));
+
+// D = Euclidean distances between the rows of data (n by cols), as
+// ResemblanceLib with code 3 gives them: EucliDist's sums, each pair's over
+// k in order, but DIST_BLOCK pairs of a row at a time from the data by
+// columns, so that independent sums run side by side. Only the diagonal and
+// the pairs i < j are written: nothing here reads the lower triangle. Data
+// with -999 go to ResemblanceLib.
+static void Distances(PermWork* w, int cols, double** data, double** D, int code) {
+  int n = w->n;
+  if (!w->colsT || code != 3) {
+    ResemblanceLib(n, cols, data, D, 1, code, 0, NULL, 0.0, 0.0, 0, false);
+    return;
+  }
+  for (int i = 0; i < n; i++)
+    for (int k = 0; k < cols; k++) {
+      double x = data[i][k];
+      if (x == -999.0) {
+        ResemblanceLib(n, cols, data, D, 1, code, 0, NULL, 0.0, 0.0, 0, false);
+        return;
+      }
+      w->colsT[k][i] = x;
+    }
+  double** c = w->colsT;
+  for (int i = 0; i < n; i++) {
+    double* row = D[i];
+    row[i] = 0.0;
+    int j = i + 1;
+    for (; j + DIST_BLOCK <= n; j += DIST_BLOCK) {
+      // Two pairs to a vector: each lane does its own pair's operations.
+      Lanes2 s0 = {0.0, 0.0}, s1 = s0, s2 = s0, s3 = s0;
+      for (int k = 0; k < cols; k++) {
+        const double* col = c[k] + j;
+        Lanes2 x = {c[k][i], c[k][i]}, a0, a1, a2, a3;
+        memcpy(&a0, col, sizeof(a0));
+        memcpy(&a1, col + 2, sizeof(a1));
+        memcpy(&a2, col + 4, sizeof(a2));
+        memcpy(&a3, col + 6, sizeof(a3));
+        Lanes2 d0 = x - a0, d1 = x - a1, d2 = x - a2, d3 = x - a3;
+        s0 += d0 * d0;
+        s1 += d1 * d1;
+        s2 += d2 * d2;
+        s3 += d3 * d3;
+      }
+      double sum[DIST_BLOCK];
+      memcpy(sum, &s0, sizeof(s0));
+      memcpy(sum + 2, &s1, sizeof(s1));
+      memcpy(sum + 4, &s2, sizeof(s2));
+      memcpy(sum + 6, &s3, sizeof(s3));
+      for (int t = 0; t < DIST_BLOCK; t++) row[j + t] = sum[t] > 0.0 ? std::sqrt(sum[t]) : 0.0;
+    }
+    for (; j < n; j++) {
+      double sum = 0.0;
+      for (int k = 0; k < cols; k++) {
+        double d = c[k][i] - c[k][j];
+        sum += d * d;
+      }
+      row[j] = sum > 0.0 ? std::sqrt(sum) : 0.0;
+    }
+  }
+}
+
+// D = |R[i] - R[j]| of the entropies, AbsValFunctionMV's values for one
+// column (0 + |x| is |x|); the pairs i < j and the diagonal only, like
+// Distances. With -999, AbsValFunctionMV.
+static void EntropyDistances(PermWork* w, double** R, double** D) {
+  int n = w->n;
+  for (int i = 0; i < n; i++)
+    if (R[i][0] == -999.0 || permTestPlainLoops) {
+      AbsValFunctionMV(n, 1, R, D);
+      return;
+    }
+  for (int i = 0; i < n; i++) {
+    double x = R[i][0];
+    double* row = D[i];
+    row[i] = 0.0;
+    for (int j = i + 1; j < n; j++) row[j] = std::fabs(x - R[j][0]);
+  }
+}
 
 // c(A, B) of two data matrices with `rows` rows: Procrustes for opt_ro 2,
 // RV for 3.
@@ -103,14 +218,133 @@ static double Coef(const PermWork* w, double** a, int colsA, double** b, int col
 
 static double Rho(const PermWork* w, double** a, double** b) { return RhoResemblance(w->n, a, b); }
 
-// r(TE), r(YT), r(ZT) of the present T; with Mantel also DT.
+// Prepares matrix `which` (D) for the correlations that follow.
+static void PrepareRho(PermWork* w, int which, double** D) {
+  if (w->prepared) w->ok[which] = MatrixCorrPrepare(w->n, D, w->cen[which], &w->ss[which]);
+}
+
+// r[m] = rho(A, B[m]) for k <= 4 partners, where A is matrix `a` and B[m]
+// matrix b[m]: one pass over the pairs for those prepared, MatrixCorr for
+// the others. Either way the same bits.
+static void RhoMany(PermWork* w, int a, double** A, int k, const int* b, double** const* B, double* r) {
+  const double* partners[4];
+  double ssB[4], out[4];
+  int which[4], used = 0;
+  for (int m = 0; m < k; m++) {
+    if (w->prepared && w->ok[a] && w->ok[b[m]]) {
+      partners[used] = w->cen[b[m]];
+      ssB[used] = w->ss[b[m]];
+      which[used++] = m;
+    } else {
+      r[m] = Rho(w, A, B[m]);
+    }
+  }
+  if (used == 0) return;
+  MatrixCorrPrepared(w->pairs, w->cen[a], w->ss[a], used, partners, ssB, out);
+  for (int u = 0; u < used; u++) r[which[u]] = out[u];
+}
+
+// The matrices of the statistics that follow, as the bits of `which`.
+enum { MM_T = 1, MM_X = 2, MM_R = 4 };
+
+// r = cross / sqrt(ssA ssB), 0 for a zero sum of squares: MatrixCorr's end.
+static double RhoOf(double cross, double ssA, double ssB) {
+  return (ssA == 0.0 || ssB == 0.0) ? 0.0 : cross / std::sqrt(ssA * ssB);
+}
+
+// Without phylogeny, when all six matrices are prepared: the ten rho
+// values of an arrangement in one pass over the pairs, ten sums side by
+// side, each with MatrixCorrPrepared's products in pair order.
+static void FusedRho(PermWork* w) {
+  w->fused = false;
+  if (!w->prepared || w->phyl) return;
+  for (int k = RHO_E; k <= RHO_R; k++)
+    if (!w->ok[k]) return;
+  const double *e = w->cen[RHO_E], *y = w->cen[RHO_Y], *z = w->cen[RHO_Z];
+  const double *t = w->cen[RHO_T], *x = w->cen[RHO_X], *r = w->cen[RHO_R];
+  double tE = 0.0, tY = 0.0, tZ = 0.0, xE = 0.0, xT = 0.0, xY = 0.0, xZ = 0.0, rE = 0.0, rX = 0.0, rT = 0.0;
+  for (long p = 0; p < w->pairs; p++) {
+    double E = e[p], Y = y[p], Z = z[p], T = t[p], X = x[p], R = r[p];
+    tE += T * E;
+    tY += T * Y;
+    tZ += T * Z;
+    xE += X * E;
+    xT += X * T;
+    xY += X * Y;
+    xZ += X * Z;
+    rE += R * E;
+    rX += R * X;
+    rT += R * T;
+  }
+  const double* ss = w->ss;
+  double(*f)[4] = w->fusedRho;
+  f[0][0] = RhoOf(tE, ss[RHO_T], ss[RHO_E]);
+  f[0][1] = RhoOf(tY, ss[RHO_T], ss[RHO_Y]);
+  f[0][2] = RhoOf(tZ, ss[RHO_T], ss[RHO_Z]);
+  f[1][0] = RhoOf(xE, ss[RHO_X], ss[RHO_E]);
+  f[1][1] = RhoOf(xT, ss[RHO_X], ss[RHO_T]);
+  f[1][2] = RhoOf(xY, ss[RHO_X], ss[RHO_Y]);
+  f[1][3] = RhoOf(xZ, ss[RHO_X], ss[RHO_Z]);
+  f[2][0] = RhoOf(rE, ss[RHO_R], ss[RHO_E]);
+  f[2][1] = RhoOf(rX, ss[RHO_R], ss[RHO_X]);
+  f[2][2] = RhoOf(rT, ss[RHO_R], ss[RHO_T]);
+  w->fused = true;
+}
+
+// With Mantel, the resemblance matrices of T (MM_T), of X and P (MM_X) and
+// of the Rao entropies (MM_R), prepared together: their sums run side by
+// side instead of one after the other.
+static void MantelMatrices(PermWork* w, int which) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  if (!w->mantel) return;
+  int n = w->n, k = 0, id[5];
+  double** D[5];
+  if (which & MM_T) {
+    Distances(w, in->nTraits, w->T, w->DT, 3);
+    D[k] = w->DT, id[k++] = RHO_T;
+  }
+  if (which & MM_X) {
+    Distances(w, in->nTypes, w->X, w->DX, w->code);
+    D[k] = w->DX, id[k++] = RHO_X;
+    if (w->phyl) {
+      Distances(w, in->nTaxa, w->P, w->DP, w->code);
+      D[k] = w->DP, id[k++] = RHO_P;
+    }
+  }
+  if (which & MM_R) {
+    EntropyDistances(w, w->R, w->DR);
+    D[k] = w->DR, id[k++] = RHO_R;
+    if (w->phyl) {
+      EntropyDistances(w, w->Rp, w->DRp);
+      D[k] = w->DRp, id[k++] = RHO_RP;
+    }
+  }
+  if (!w->prepared || k == 0) return;
+  double* centred[5];
+  double ss[5];
+  bool ok[5];
+  for (int m = 0; m < k; m++) centred[m] = w->cen[id[m]];
+  MatrixCorrPrepareMany(n, k, D, centred, ss, ok);
+  for (int m = 0; m < k; m++) {
+    w->ss[id[m]] = ss[m];
+    w->ok[id[m]] = ok[m];
+  }
+}
+
+// r(TE), r(YT), r(ZT) of the present T (with Mantel, on DT).
 static void StatsT(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   if (w->mantel) {
-    ResemblanceLib(w->n, in->nTraits, w->T, w->DT, 1, 3, 0, NULL, 0.0, 0.0, 0, false);
-    w->stat[PT_rTE] = Rho(w, in->DE, w->DT);
-    w->stat[PT_rYT] = Rho(w, in->DY, w->DT);
-    w->stat[PT_rZT] = Rho(w, in->DZ, w->DT);
+    const int b[3] = {RHO_E, RHO_Y, RHO_Z};
+    double** const B[3] = {in->DE, in->DY, in->DZ};
+    double r[3];
+    if (w->fused)
+      memcpy(r, w->fusedRho[0], sizeof(r));
+    else
+      RhoMany(w, RHO_T, w->DT, 3, b, B, r);
+    w->stat[PT_rTE] = r[0];
+    w->stat[PT_rYT] = r[1];
+    w->stat[PT_rZT] = r[2];
   } else {
     w->stat[PT_rTE] = Coef(w, w->T, in->nTraits, in->E, in->nEnv);
     w->stat[PT_rYT] = Coef(w, w->T, in->nTraits, in->Y, in->nOTUs);
@@ -124,19 +358,27 @@ static void StatsXP(PermWork* w) {
   double* s = w->stat;
   int n = w->n;
   if (w->mantel) {
-    ResemblanceLib(n, in->nTypes, w->X, w->DX, 1, w->code, 0, NULL, 0.0, 0.0, 0, false);
-    s[PT_rXE] = Rho(w, in->DE, w->DX);
-    w->rXT = Rho(w, w->DX, w->DT);
-    s[PT_roXY] = Rho(w, w->DX, in->DY);
-    s[PT_roXZ] = Rho(w, w->DX, in->DZ);
+    const int b[4] = {RHO_E, RHO_T, RHO_Y, RHO_Z};
+    double** const B[4] = {in->DE, w->DT, in->DY, in->DZ};
+    double r[4];
+    if (w->fused)
+      memcpy(r, w->fusedRho[1], sizeof(r));
+    else
+      RhoMany(w, RHO_X, w->DX, 4, b, B, r);
+    s[PT_rXE] = r[0];
+    w->rXT = r[1];
+    s[PT_roXY] = r[2];
+    s[PT_roXZ] = r[3];
     s[PT_rXE_T] = PartialCorrelation(s[PT_rXE], w->rXT, s[PT_rTE]);
     s[PT_roXY_T] = PartialCorrelation(s[PT_roXY], w->rXT, s[PT_rYT]);
     s[PT_roXZ_T] = PartialCorrelation(s[PT_roXZ], w->rXT, s[PT_rZT]);
     if (!w->phyl) return;
-    ResemblanceLib(n, in->nTaxa, w->P, w->DP, 1, w->code, 0, NULL, 0.0, 0.0, 0, false);
-    s[PT_roPE] = Rho(w, in->DE, w->DP);
-    s[PT_roPT] = Rho(w, w->DP, w->DT);
-    s[PT_roPX] = Rho(w, w->DP, w->DX);
+    const int bp[3] = {RHO_E, RHO_T, RHO_X};
+    double** const BP[3] = {in->DE, w->DT, w->DX};
+    RhoMany(w, RHO_P, w->DP, 3, bp, BP, r);
+    s[PT_roPE] = r[0];
+    s[PT_roPT] = r[1];
+    s[PT_roPX] = r[2];
     s[PT_roPX_T] = PartialCorrelation(s[PT_roPX], s[PT_roPT], w->rXT);
     s[PT_roTE_P] = PartialCorrelation(s[PT_rTE], s[PT_roPT], s[PT_roPE]);
     s[PT_roXE_P] = PartialCorrelation(s[PT_rXE], s[PT_roPX], s[PT_roPE]);
@@ -178,13 +420,19 @@ static void StatsR(PermWork* w) {
   double* s = w->stat;
   int n = w->n;
   if (w->mantel) {
-    AbsValFunctionMV(n, 1, w->R, w->DR);
-    s[PT_rRE] = Rho(w, in->DE, w->DR);
-    w->rXR = Rho(w, w->DX, w->DR);
-    w->rTR = Rho(w, w->DT, w->DR);
+    const int b[3] = {RHO_E, RHO_X, RHO_T};
+    double** const B[3] = {in->DE, w->DX, w->DT};
+    double r[3];
+    if (w->fused)
+      memcpy(r, w->fusedRho[2], sizeof(r));
+    else
+      RhoMany(w, RHO_R, w->DR, 3, b, B, r);
+    s[PT_rRE] = r[0];
+    w->rXR = r[1];
+    w->rTR = r[2];
     if (w->phyl) {
-      AbsValFunctionMV(n, 1, w->Rp, w->DRp);
-      s[PT_rFE] = Rho(w, in->DE, w->DRp);
+      RhoMany(w, RHO_RP, w->DRp, 1, b, B, r);
+      s[PT_rFE] = r[0];
     }
     w->rXE_R = PartialCorrelation(s[PT_rXE], w->rXR, s[PT_rRE]);
     w->rTE_R = PartialCorrelation(s[PT_rTE], w->rTR, s[PT_rRE]);
@@ -515,6 +763,20 @@ static void AllocWork(PermWork* w, PermTest_FunctionalPhyl_Correl_Input* in) {
       w->DRp = dim2Double(n, n);
     }
   }
+  w->prepared = w->mantel && n >= 3 && n <= 46340 && !permTestPlainLoops;
+  if (w->mantel && !permTestPlainLoops && n > 0) {
+    int cols = in->nTraits > in->nTypes ? in->nTraits : in->nTypes;
+    if (w->phyl && in->nTaxa > cols) cols = in->nTaxa;
+    w->colsT = dim2Double(cols > 0 ? cols : 1, n);
+    w->rowSums = dim1Double(n);
+  }
+  if (w->prepared) {
+    w->pairs = (long)n * (n - 1) / 2;
+    for (int k = 0; k < N_RHO_MATRICES; k++) w->cen[k] = dim1Double(w->pairs);
+    PrepareRho(w, RHO_E, in->DE);
+    PrepareRho(w, RHO_Y, in->DY);
+    PrepareRho(w, RHO_Z, in->DZ);
+  }
   if (in->saveDetail && in->detailFile) {
     int side = n > nO ? n : nO;
     w->printWork = dim2Double(side, side > 0 ? side : 1);
@@ -556,6 +818,14 @@ static void FreeWork(PermWork* w) {
       free2D(w->DP, n);
       free2D(w->DRp, n);
     }
+  }
+  if (w->prepared)
+    for (int k = 0; k < N_RHO_MATRICES; k++) free1D(w->cen[k]);
+  if (w->colsT) {
+    int cols = in->nTraits > in->nTypes ? in->nTraits : in->nTypes;
+    if (w->phyl && in->nTaxa > cols) cols = in->nTaxa;
+    free2D(w->colsT, cols > 0 ? cols : 1);
+    free1D(w->rowSums);
   }
   if (w->printWork) {
     int side = n > nO ? n : nO;
@@ -607,6 +877,76 @@ static bool RaoDistances(int n, double** S, bool isDissimilarity, bool sqrtDissi
   return true;
 }
 
+// Every entry finite, not -999, and equal to its mirror image.
+static bool SymmetricDistances(int n, double** D) {
+  for (int i = 0; i < n; i++)
+    for (int j = 0; j < n; j++)
+      if (D[i][j] == -999.0 || !std::isfinite(D[i][j]) || D[i][j] != D[j][i]) return false;
+  return true;
+}
+
+// The lanes of the Rao entropies, when every term is a plain product: no
+// -999 among the distances or abundances, no weight other than 1, finite
+// totals. A padded term is then an exact zero, and a sum that starts at +0
+// is never -0, so adding it changes no bit of the entropy.
+static void SetupRaoLanes(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int n = w->n, nO = in->nOTUs;
+  if (!SymmetricDistances(nO, w->Db) || (w->phyl && !SymmetricDistances(nO, w->Df))) return;
+  int total = w->occStart[n];
+  for (int k = 0; k < total; k++)
+    if (w->occW[k] == -999.0 || (in->weightOTUs && w->occWeight[k] != 1)) return;
+  for (int c = 0; c < n; c++) {
+    double sum = 0.0;
+    for (int k = w->occStart[c]; k < w->occStart[c + 1]; k++) sum += w->occW[k];
+    if (!std::isfinite(sum)) return;
+  }
+  // Communities by decreasing occurrences (insertion sort: once per test).
+  int* order = dim1Dint(n > 0 ? n : 1);
+  for (int c = 0; c < n; c++) {
+    int m = w->occStart[c + 1] - w->occStart[c], k = c;
+    while (k > 0 && w->occStart[order[k - 1] + 1] - w->occStart[order[k - 1]] < m) {
+      order[k] = order[k - 1];
+      k--;
+    }
+    order[k] = c;
+  }
+  w->nGroups = (n + RAO_LANES - 1) / RAO_LANES;
+  w->laneStart = dim1Dint(w->nGroups + 1);
+  w->laneComm = dim1Dint(w->nGroups * RAO_LANES > 0 ? w->nGroups * RAO_LANES : 1);
+  int size = 0;
+  for (int g = 0; g < w->nGroups; g++) {
+    int c = order[g * RAO_LANES];
+    w->laneStart[g] = size;
+    size += RAO_LANES * (w->occStart[c + 1] - w->occStart[c]);
+  }
+  w->laneStart[w->nGroups] = size;
+  w->laneQ = dim1Double(size > 0 ? size : 1);
+  w->laneOTU = dim1Dint(size > 0 ? size : 1);
+  for (int g = 0; g < w->nGroups; g++) {
+    int M = (w->laneStart[g + 1] - w->laneStart[g]) / RAO_LANES;
+    for (int L = 0; L < RAO_LANES; L++) {
+      int slot = g * RAO_LANES + L;
+      int c = slot < n ? order[slot] : -1;
+      w->laneComm[slot] = c;
+      if (c < 0) continue;
+      int s = w->occStart[c], m = w->occStart[c + 1] - s;
+      // The entropy's own total and shares, in its order.
+      double sum = 0.0;
+      for (int x = 0; x < m; x++) sum += w->occW[s + x];
+      for (int x = 0; x < m; x++) {
+        w->laneQ[w->laneStart[g] + L * M + x] = w->occW[s + x] / sum;
+        w->laneOTU[w->laneStart[g] + L * M + x] = w->occOTU[s + x];
+      }
+    }
+  }
+  free1D(order);
+  int side = RAO_LANES * (w->maxOcc > 0 ? w->maxOcc : 1);
+  w->laneRow = PointerRows(side);
+  w->laneCol = dim1Dint(side);
+  w->raoLanes = true;
+}
+
 // Lists the occurrences of every community and decides which sums may skip
 // the zero abundances; Sb and Sf are read after the observed entropies have
 // made them symmetric.
@@ -643,8 +983,13 @@ static void SetupOccurrences(PermWork* w) {
     if (k - w->occStart[c] > w->maxOcc) w->maxOcc = k - w->occStart[c];
   }
   w->occStart[n] = k;
+  w->plainTerms = true;
+  for (int x = 0; x < k; x++)
+    if (w->occW[x] == -999.0 || (in->weightOTUs && w->occWeight[x] != 1)) w->plainTerms = false;
+  w->plainB = FiniteMatrix(nO, in->nTraits, in->B, false);
   w->rowsSub = PointerRows(nO);
   if (w->compactR) w->Ssub = dim2Double(w->maxOcc > 0 ? w->maxOcc : 1, w->maxOcc > 0 ? w->maxOcc : 1);
+  if (w->compactR) SetupRaoLanes(w);
 }
 
 static void FreeOccurrences(PermWork* w) {
@@ -658,11 +1003,36 @@ static void FreeOccurrences(PermWork* w) {
   free1D(w->occWeight);
   free1D(w->rowsSub);
   if (w->Ssub) free2D(w->Ssub, w->maxOcc > 0 ? w->maxOcc : 1);
+  if (!w->raoLanes) return;
+  free1D(w->laneStart);
+  free1D(w->laneComm);
+  free1D(w->laneQ);
+  free1D(w->laneOTU);
+  free1D(w->laneRow);
+  free1D(w->laneCol);
 }
 
 // out[c] = W[c] times the permuted rows of `from`, over the occurrences of c.
-static void OccurrenceProducts(PermWork* w, double** from, int cols, double** out, int* mask) {
+// With plain terms (no -999 on either side, every weight 1) each entry is
+// the product's sum of abundance times value, term by term in the same
+// order, taken for all columns of a row at once.
+static void OccurrenceProducts(PermWork* w, double** from, int cols, double** out, int* mask, bool plain) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  if (plain) {
+    for (int c = 0; c < w->n; c++) {
+      double* o = out[c];
+      for (int k = 0; k < cols; k++) o[k] = 0.0;
+      for (int x = w->occStart[c]; x < w->occStart[c + 1]; x++) {
+        double a = w->occW[x];
+        const double* row = from[w->list[w->occOTU[x]] - 1];
+        for (int k = 0; k < cols; k++) o[k] += a * row[k];
+      }
+      if (mask)
+        for (int k = 0; k < cols; k++)
+          if (mask[k] != 1) o[k] = 0.0;
+    }
+    return;
+  }
   for (int c = 0; c < w->n; c++) {
     int s = w->occStart[c], m = w->occStart[c + 1] - s;
     for (int x = 0; x < m; x++) w->rowsSub[x] = from[w->list[w->occOTU[s + x]] - 1];
@@ -675,10 +1045,45 @@ static void OccurrenceProducts(PermWork* w, double** from, int cols, double** ou
   }
 }
 
+// RaoIndex_Weight of the communities of group g, lane by lane: for each the
+// sum over i, then j, of q_i (q_j d_ij) with q the shares, the entropy's
+// terms in its order (the distances are symmetric, so the mirrored lower
+// triangle it reads is the same).
+static void LaneRao(PermWork* w, int g, double** D, double** out) {
+  const int* list = w->list;
+  int base = w->laneStart[g], M = (w->laneStart[g + 1] - base) / RAO_LANES;
+  for (int k = 0; k < RAO_LANES * M; k++) {
+    int o = list[w->laneOTU[base + k]] - 1;
+    w->laneCol[k] = o;
+    w->laneRow[k] = D[o];
+  }
+  const double *q0 = w->laneQ + base, *q1 = q0 + M, *q2 = q1 + M, *q3 = q2 + M;
+  const int *c0 = w->laneCol, *c1 = c0 + M, *c2 = c1 + M, *c3 = c2 + M;
+  double s0 = 0.0, s1 = 0.0, s2 = 0.0, s3 = 0.0;
+  for (int i = 0; i < M; i++) {
+    const double *r0 = w->laneRow[i], *r1 = w->laneRow[M + i], *r2 = w->laneRow[2 * M + i],
+                 *r3 = w->laneRow[3 * M + i];
+    double p0 = q0[i], p1 = q1[i], p2 = q2[i], p3 = q3[i];
+    for (int j = 0; j < M; j++) {
+      s0 += p0 * (q0[j] * r0[c0[j]]);
+      s1 += p1 * (q1[j] * r1[c1[j]]);
+      s2 += p2 * (q2[j] * r2[c2[j]]);
+      s3 += p3 * (q3[j] * r3[c3[j]]);
+    }
+  }
+  const double sums[RAO_LANES] = {s0, s1, s2, s3};
+  for (int L = 0; L < RAO_LANES; L++)
+    if (w->laneComm[g * RAO_LANES + L] >= 0) out[w->laneComm[g * RAO_LANES + L]][0] = sums[L];
+}
+
 // Rao entropy of every community on the permuted distances D, over its
 // occurrences.
 static void OccurrenceRao(PermWork* w, double** D, double** out) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  if (w->raoLanes) {
+    for (int g = 0; g < w->nGroups; g++) LaneRao(w, g, D, out);
+    return;
+  }
   const int* list = w->list;
   for (int c = 0; c < w->n; c++) {
     int s = w->occStart[c], m = w->occStart[c + 1] - s;
@@ -701,6 +1106,7 @@ static void ObservedPhase(PermWork* w) {
   MatrixProdSelectMV_Weight(n, nO, nO, in->nTraits, in->W, in->B, w->T, in->traitMask, in->weightOTUs);
   if (in->keepObserved && in->Tout) CopyMatrix(n, in->nTraits, w->T, in->Tout);
   NormalizeCols(n, in->nTraits, w->T, w->T);
+  MantelMatrices(w, MM_T);
   StatsT(w);
   CopyMatrix(n, in->nTraits, w->T, w->Tobs);
   if (in->keepObserved && in->Tout) CopyMatrix(n, in->nTraits, w->T, in->Tout);
@@ -719,6 +1125,7 @@ static void ObservedPhase(PermWork* w) {
       w->stat[PT_roBF] = CoefRows(w, nO, w->Bnorm, in->nTraits, in->pcoaScores, in->nPCoAAxes);
     }
   }
+  MantelMatrices(w, MM_X);
   StatsXP(w);
   if (in->saveDetail && in->detailFile) DetailPointA(w);
   RaoAll(w, in->Sb, in->Sf);
@@ -730,6 +1137,7 @@ static void ObservedPhase(PermWork* w) {
     if (in->keepObserved && in->RpOut)
       for (int c = 0; c < n; c++) in->RpOut[c] = w->Rp[c][0];
   }
+  MantelMatrices(w, MM_R);
   StatsR(w);
   if (in->saveDetail && in->detailFile) DetailPointB(w);
 }
@@ -764,7 +1172,7 @@ static void RandomT(PermWork* w) {
     // The random T is not normalised although the observed one is: intended,
     // the probabilities depend on it.
     if (w->compactT)
-      OccurrenceProducts(w, in->B, in->nTraits, w->T, in->traitMask);
+      OccurrenceProducts(w, in->B, in->nTraits, w->T, in->traitMask, w->plainTerms && w->plainB);
     else
       MatrixProdSelectMV_Weight(n, nO, nO, in->nTraits, in->W, w->Brnd, w->T, in->traitMask, in->weightOTUs);
   } else {
@@ -778,13 +1186,13 @@ static void RandomXP(PermWork* w) {
   if (w->taxa) {
     for (int k = 0; k < nO; k++) w->Urnd[k] = in->U[w->list[k] - 1];
     if (w->compactXP)
-      OccurrenceProducts(w, in->U, in->nTypes, w->X, NULL);
+      OccurrenceProducts(w, in->U, in->nTypes, w->X, NULL, w->plainTerms);
     else
       MatrixProdMV_Weight(n, nO, nO, in->nTypes, in->W, w->Urnd, w->X, in->weightOTUs);
     if (w->phyl) {
       for (int k = 0; k < nO; k++) w->Qrnd[k] = in->Q[w->list[k] - 1];
       if (w->compactXP)
-        OccurrenceProducts(w, in->Q, in->nTaxa, w->P, NULL);
+        OccurrenceProducts(w, in->Q, in->nTaxa, w->P, NULL, w->plainTerms);
       else
         MatrixProdMV_Weight(n, nO, nO, in->nTaxa, in->W, w->Qrnd, w->P, in->weightOTUs);
     }
@@ -833,19 +1241,25 @@ static void PermutationPhase(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   double observed[N_PERMTEST_STATS];
   memcpy(observed, w->stat, sizeof(observed));
+  memset(permTestRandomSums, 0, sizeof(permTestRandomSums));
   bool detail = in->saveDetail && in->detailFile;
   char status[64];
   for (int i = 1; i < in->niter; i++) {
     snprintf(status, sizeof(status), "Permutation test: %d of %d", i, in->niter);
     HandleEventInfoWhere2(status);
     NewList(w);
+    // Each arrangement's T, X, P and entropies first, so that their
+    // resemblance matrices are prepared together.
     RandomT(w);
+    RandomXP(w);
+    RandomR(w);
+    MantelMatrices(w, MM_T | MM_X | MM_R);
+    if (w->mantel) FusedRho(w);
     StatsT(w);
     Count(w, observed, PT_rTE, false);
     Count(w, observed, PT_rYT, false);
     Count(w, observed, PT_rZT, false);
     if (detail) DetailPointC(w, i);
-    RandomXP(w);
     StatsXP(w);
     Count(w, observed, PT_rXE, false);
     Count(w, observed, PT_rXE_T, true);
@@ -860,7 +1274,6 @@ static void PermutationPhase(PermWork* w) {
       for (int k = PT_roPX_T; k <= PT_roPE_X; k++) Count(w, observed, k, true);
     }
     if (detail) DetailPointD(w, i);
-    RandomR(w);
     StatsR(w);
     Count(w, observed, PT_rRE, false);
     if (w->phyl) {
@@ -871,9 +1284,11 @@ static void PermutationPhase(PermWork* w) {
         w->count[PT_roBF] += 1.0;
     }
     Count(w, observed, PT_rXE_TR, true);
+    for (int k = 0; k < N_PERMTEST_STATS; k++) permTestRandomSums[k] += w->stat[k];
     if (detail) DetailPointE(w, i);
   }
   memcpy(w->stat, observed, sizeof(observed));
+  w->fused = false;
 }
 
 // One thread for the inner parallel loops when every resemblance matrix of

@@ -10,6 +10,7 @@ extern double permTestSmallWork;  // distance work below which iterations run on
 
 // Number of statistics (and of probabilities) the test returns.
 #define N_PERMTEST_STATS 22
+extern double permTestRandomSums[N_PERMTEST_STATS];  // per statistic, sum of its random values in the last test
 
 // Positions of the statistics in `statistics` and `probabilities`, in the
 // order the callers read them.

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 
 #include "TarnLib/tarnlibCongruence.h"
 #include "TarnLib/tarnlibRegression.h"
@@ -74,6 +75,57 @@ TEST(CongruenceMantel, AgreesWithPearsonOfUpperTrianglePairs)
     EXPECT_EQ(MatrixCorr(6, a, c), 0.0) << "a zero sum of squares gives 0";
     EXPECT_EQ(MatrixCorr(2, a, b), 0.0) << "one pair: zero sums of squares";
     Free(6, {a, b});
+}
+
+// The prepared form must reproduce MatrixCorr exactly, not nearly: the
+// permutation test counts ties between random and observed statistics.
+TEST(CongruenceMantel, PreparedFormGivesMatrixCorrBitForBit)
+{
+    for (int n : {2, 3, 23}) {
+        const int k = 7;  // more matrices than one pass takes
+        double** m[k];
+        for (int s = 0; s < k; s++) m[s] = Symmetric(n, 31u * s + 5u);
+        for (int i = 0; i < n; i++)
+            for (int j = 0; j < n; j++) {
+                m[1][i][j] = 83250.125 + m[1][i][j] * 1e-7;  // large mean, tiny spread
+                m[2][i][j] = 2.385e-9 * m[2][i][j];
+                m[3][i][j] = i < j && (i + j) % 3 == 0 ? 1e12 : m[3][i][j];
+                m[4][i][j] = 7.75;                            // no spread at all
+            }
+        m[5][0][0] = M;  // diagonal and lower triangle are never read
+        m[5][n - 1][0] = M;
+        m[6][0][n - 1] = M;  // a pair with -999: MatrixCorr's business
+        double* cen[k];
+        double ss[k];
+        bool ok[k];
+        long pairs = (long)n * (n - 1) / 2;
+        for (int s = 0; s < k; s++) cen[s] = dim1Double((int)pairs);
+        MatrixCorrPrepareMany(n, k, m, cen, ss, ok);
+        for (int s = 0; s < k; s++) EXPECT_EQ(s < 6, ok[s]) << "matrix " << s << ", n " << n;
+        double single;
+        EXPECT_TRUE(MatrixCorrPrepare(n, m[1], cen[6], &single));
+        EXPECT_EQ(ss[1], single) << "one matrix or several, the same sum of squares";
+        for (int a = 0; a < 6; a++) {
+            double r[6];
+            MatrixCorrPrepared(pairs, cen[a], ss[a], 6, cen, ss, r);
+            for (int b = 0; b < 6; b++) {
+                double plain = MatrixCorr(n, m[a], m[b]);
+                EXPECT_EQ(0, std::memcmp(&r[b], &plain, sizeof(double)))
+                    << "n " << n << ", matrices " << a << " and " << b << ": prepared " << r[b]
+                    << ", MatrixCorr " << plain;
+            }
+        }
+        for (int s = 0; s < k; s++) {
+            free1D(cen[s]);
+            free2D(m[s], n);
+        }
+    }
+    double* none = dim1Double(1);
+    double ss = 1.5;
+    double** one = Symmetric(1, 3u);
+    EXPECT_FALSE(MatrixCorrPrepare(1, one, none, &ss)) << "a single object has no pair";
+    free1D(none);
+    free2D(one, 1);
 }
 
 TEST(CongruenceProcrustes, SumOfSingularValuesOfScaledCrossProduct)
