@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "TarnLib/tarnlibDim.h"
 #include "session/formda.h"
@@ -29,20 +30,22 @@ inline const char* DataDir() {
   return dir;
 }
 
-inline long ReadFile(const char* path, char* buffer, long capacity) {
-  FILE* fp = fopen(path, "rb");
-  if (fp == nullptr) return -1;
-  long n = (long)fread(buffer, 1, capacity - 1, fp);
-  fclose(fp);
-  buffer[n] = '\0';
-  return n;
-}
-
 inline void WriteFile(const char* path, const char* text, long length) {
   FILE* fp = fopen(path, "wb");
   fwrite(text, 1, length, fp);
   fclose(fp);
 }
+
+// `text` as `file` in the scratch volume, and the text of such a file.
+inline void PutInVolume(const char* file, const std::string& text) {
+  WriteFile((std::string(volumeName) + file).c_str(), text.data(), (long)text.size());
+}
+inline std::string GetFromVolume(const char* file) {
+  return testutil::FileText((std::string(volumeName) + file).c_str());
+}
+
+// The bundled formatted file, empty when it is missing.
+inline std::string BundledFormda() { return testutil::FileText((std::string(DataDir()) + "demoFormda.txt").c_str()); }
 
 // A fresh scratch directory used as volumeName ("/tmp/.../").
 inline void MakeScratchVolume() {

@@ -34,10 +34,6 @@ void ExpectLevels(clusterReport* r, const double* want, int count, const char* w
   for (int k = 0; k < count; k++) EXPECT_NEAR(r[k].level, want[k], 1e-6) << what << ", fusion " << k;
 }
 
-void ExpectInts(const int* got, const int* want, int n, const char* what) {
-  for (int i = 0; i < n; i++) EXPECT_EQ(got[i], want[i]) << what << ", element " << i;
-}
-
 } // namespace
 
 TEST(ClusterLinkage, FourPointsOnALineByEachMethod) {
@@ -47,8 +43,7 @@ TEST(ClusterLinkage, FourPointsOnALineByEachMethod) {
   LinkageCluster(4, d, r, true, false, 1, true);
   const double single[] = {1, 2, 4}, complete[] = {1, 3, 7}, wpgma[] = {1, 2.5, 5.25}, upgma[] = {1, 2.5, 17.0 / 3.0};
   ExpectLevels(r, single, 3, "single linkage");
-  const int members[] = {1, 2, 3, 4};
-  ExpectInts(r[2].members, members, 4, "last record's members");
+  ExpectInts(r[2].members, {1, 2, 3, 4}, "last record's members");
   EXPECT_EQ(r[2].size, 4);
   EXPECT_EQ(r[1].lastOfFirst, 2);
   EXPECT_EQ(d[0][1], 1.0) << "with copy the input is kept";
@@ -71,9 +66,8 @@ TEST(ClusterLinkage, TiesSimilaritiesAndSquaredInput) {
   for (int k = 0; k < 16; k++) d[k / 4][k % 4] = up[k];
   clusterReport* r = NewReport(4);
   LinkageCluster(4, d, r, true, false, 1, true);
-  const int first[] = {1, 2}, second[] = {1, 2, 3};
-  ExpectInts(r[0].members, first, 2, "first fusion");
-  ExpectInts(r[1].members, second, 3, "second fusion");
+  ExpectInts(r[0].members, {1, 2}, "first fusion");
+  ExpectInts(r[1].members, {1, 2, 3}, "second fusion");
 
   // Similarities: the largest value fuses first and levels fall, in float precision.
   Mat s(3, 3);
@@ -122,13 +116,12 @@ TEST(ClusterPartition, CuttingTheHistoryAndRenaming) {
   clusterReport* r = NewReport(4);
   LinkageCluster(4, d, r, true, false, 1, true);
   int labels[6];
-  const int two[] = {1, 1, 1, 2}, one[] = {1, 1, 1, 1}, each[] = {1, 2, 3, 4};
   GetClusterPartitionNew(4, 2, labels, r, 1);
-  ExpectInts(labels, two, 4, "k = 2");
+  ExpectInts(labels, {1, 1, 1, 2}, "k = 2");
   GetClusterPartitionNew(4, 1, labels, r, 1);
-  ExpectInts(labels, one, 4, "k = 1");
+  ExpectInts(labels, {1, 1, 1, 1}, "k = 1");
   GetClusterPartitionNew(4, 4, labels, r, 1);
-  ExpectInts(labels, each, 4, "k = n");
+  ExpectInts(labels, {1, 2, 3, 4}, "k = n");
 
   // Points 0, 1, 2, 3, 100, 103: the pair (100, 103) fuses after {0, 1, 2, 3}
   // but at a lower level (4.5 against 5); with sum of squares the cut takes
@@ -138,18 +131,16 @@ TEST(ClusterPartition, CuttingTheHistoryAndRenaming) {
   clusterReport* r6 = NewReport(6);
   SumSqCluster(6, e, r6, false);
   ASSERT_NEAR(r6[3].level, 4.5, 1e-6);
-  const int byLevel[] = {1, 1, 2, 2, 3, 3}, inOrder[] = {1, 1, 1, 1, 2, 3};
   GetClusterPartitionNew(6, 3, labels, r6, 3);
-  ExpectInts(labels, byLevel, 6, "sum of squares, k = 3");
+  ExpectInts(labels, {1, 1, 2, 2, 3, 3}, "sum of squares, k = 3");
   GetClusterPartitionNew(6, 3, labels, r6, 1);
-  ExpectInts(labels, inOrder, 6, "fusion order, k = 3");
+  ExpectInts(labels, {1, 1, 1, 1, 2, 3}, "fusion order, k = 3");
 
   int gaps[] = {2, 5, 2, 9}, more[] = {4, 4, 7};
-  const int compact[] = {1, 2, 1, 3}, compact2[] = {1, 1, 2};
   RenamePartitionLabels(4, 3, gaps);
-  ExpectInts(gaps, compact, 4, "renamed labels");
+  ExpectInts(gaps, {1, 2, 1, 3}, "renamed labels");
   RenamePartitionLabels(3, 5, more); // a k above the true count must still end
-  ExpectInts(more, compact2, 3, "renamed with too large a k");
+  ExpectInts(more, {1, 1, 2}, "renamed with too large a k");
   FreeReport(r6, 6);
   FreeReport(r, 4);
   free2D(e, 6);

@@ -228,14 +228,11 @@ TEST_F(RawDataTest, CheckDataRemovesAbsentOTUs) {
   EXPECT_EQ(chrange[1], 0.0);
 }
 
-TEST(RawDataSmall, IdenticalLabelsAndQualitativeTraits) {
+TEST(RawDataSmall, IdenticalLabels) {
   char a[] = "Caru carex", b[] = "mo moss";
   char* labels[2] = {a, b};
   EXPECT_EQ(CheckIdenticalLabels("Caru", labels, 2), 1);
   EXPECT_EQ(CheckIdenticalLabels("caru", labels, 2), 0);
   EXPECT_EQ(CheckIdenticalLabels("mo", labels, 2), 0) << "the blank after a short label differs";
   EXPECT_EQ(CheckIdenticalLabels("mo m", labels, 2), 1);
-  int types[4] = {3, 1, 4, 2};
-  EXPECT_EQ(HasQualitTrait(4, types), 1);
-  EXPECT_EQ(HasQualitTrait(3, types), 0);
 }

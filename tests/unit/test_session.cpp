@@ -10,34 +10,18 @@ using namespace sessiontest;
 
 namespace {
 
-const long fileCapacity = 1 << 16;
-
 class SessionFormda : public ::testing::Test {
  protected:
-  char bundled[fileCapacity];
-  long bundledSize = 0;
+  std::string original;
 
   void SetUp() override {
     MakeScratchVolume();
-    std::string path = std::string(DataDir()) + "demoFormda.txt";
-    bundledSize = ReadFile(path.c_str(), bundled, fileCapacity);
-    ASSERT_GT(bundledSize, 0) << "bundled session missing at " << path;
+    original = BundledFormda();
+    ASSERT_FALSE(original.empty()) << "bundled session missing in " << DataDir();
   }
   void TearDown() override { FreeSessionState(); }
-
-  std::string Path(const char* file) { return std::string(volumeName) + file; }
-
-  // Puts `length` bytes of `text` in the scratch volume as `file`.
-  void Put(const char* file, const char* text, long length) {
-    WriteFile(Path(file).c_str(), text, length);
-  }
-  void Put(const char* file, const std::string& text) { Put(file, text.c_str(), (long)text.size()); }
-
-  std::string Get(const char* file) {
-    static char buffer[fileCapacity];
-    long n = ReadFile(Path(file).c_str(), buffer, fileCapacity);
-    return n < 0 ? std::string() : std::string(buffer, n);
-  }
+  void Put(const char* file, const std::string& text) { PutInVolume(file, text); }
+  std::string Get(const char* file) { return GetFromVolume(file); }
 
   // Writes the loaded session to `file` with the given first line.
   int WriteGuarded(const char* file, const char* name) {
@@ -76,7 +60,7 @@ std::string Replace(const std::string& text, const std::string& from, const std:
 }
 
 TEST_F(SessionFormda, BundledSessionLoadsEveryBlock) {
-  Put("demoFormda.txt", bundled, bundledSize);
+  Put("demoFormda.txt", original);
   ASSERT_EQ(LoadGuarded("demoFormda.txt"), 0);
   // Row 1 keeps the writer's blank behind the name.
   EXPECT_STREQ(dataName, "traits_demo.txt ");
@@ -112,10 +96,10 @@ TEST_F(SessionFormda, BundledSessionLoadsEveryBlock) {
 }
 
 TEST_F(SessionFormda, WriteReadWriteKeepsTheFileButForOneBlank) {
-  Put("demoFormda.txt", bundled, bundledSize);
+  Put("demoFormda.txt", original);
   ASSERT_EQ(LoadGuarded("demoFormda.txt"), 0);
   ASSERT_EQ(WriteGuarded("copyFormda.txt", dataName), 0);
-  std::string original(bundled, bundledSize), once = Get("copyFormda.txt");
+  std::string once = Get("copyFormda.txt");
   EXPECT_EQ(FirstLine(once), "traits_demo.txt  \n");
   EXPECT_EQ(WithoutTimeStamp(AfterFirstLine(once)),
             OneMoreBlank(WithoutTimeStamp(AfterFirstLine(original))))
@@ -130,7 +114,7 @@ TEST_F(SessionFormda, WriteReadWriteKeepsTheFileButForOneBlank) {
 }
 
 TEST_F(SessionFormda, NumbersKeepSixSignificantDigits) {
-  Put("demoFormda.txt", bundled, bundledSize);
+  Put("demoFormda.txt", original);
   ASSERT_EQ(LoadGuarded("demoFormda.txt"), 0);
   sDigits = 9;  // the data file keeps six digits whatever the preference says
   cadat[1][1] = 1234567.8;
@@ -160,7 +144,6 @@ TEST_F(SessionFormda, MinimalSessionWritesEveryRow) {
 }
 
 TEST_F(SessionFormda, PhylogenyTypesAndStoredForms) {
-  std::string original(bundled, bundledSize);
   // Type 0: the flag and the type only; the matrix is allocated and left at zero.
   std::string typeZero = Replace(original, "SMW 1\n", "1\n1\t1\t2", "SMW 4\n1\n0\n");
   Put("zeroFormda.txt", typeZero);
@@ -213,7 +196,6 @@ TEST_F(SessionFormda, OlderLayoutsAreAccepted) {
   EXPECT_EQ(hasTraitGroups, 0);
 
   // The 2008 tag: matrices as now, trait groups never read.
-  std::string original(bundled, bundledSize);
   std::string tagged = Replace(original, "25Jun2016", "\n", "18Jan2008 ");
   Put("taggedFormda.txt", tagged);
   ASSERT_EQ(LoadGuarded("taggedFormda.txt"), 0);
@@ -223,7 +205,6 @@ TEST_F(SessionFormda, OlderLayoutsAreAccepted) {
 }
 
 TEST_F(SessionFormda, StrayCharactersInSpeciesMapsAreRefused) {
-  std::string original(bundled, bundledSize);
   std::string stray = Replace(original, "1011\n", "1100\n", "1x0 11\n");
   Put("strayFormda.txt", stray);
   ASSERT_EQ(LoadGuarded("strayFormda.txt"), 0);
@@ -232,7 +213,7 @@ TEST_F(SessionFormda, StrayCharactersInSpeciesMapsAreRefused) {
 }
 
 TEST_F(SessionFormda, WriterFailuresRaiseOpenAndPrintCodes) {
-  Put("demoFormda.txt", bundled, bundledSize);
+  Put("demoFormda.txt", original);
   ASSERT_EQ(LoadGuarded("demoFormda.txt"), 0);
   EXPECT_EQ(WriteGuarded("no_such_dir/xFormda.txt", "x"), FAIL_OPEN);
   // A device that takes no byte: the failed print ends with code 3.
@@ -246,19 +227,17 @@ TEST_F(SessionFormda, WriterFailuresRaiseOpenAndPrintCodes) {
 // Every cut before the last number that the reader needs ends with code 2;
 // a cut inside the time stamp does not matter.
 TEST_F(SessionFormda, TruncatedFilesEndWithReadFailure) {
-  std::string original(bundled, bundledSize);
   size_t stampStart = original.rfind('\n', original.size() - 2) + 1;
   size_t lastDigit = stampStart - 3; // "2\t\n" closes the trait groups
   ASSERT_EQ(original[lastDigit], '2');
   for (size_t cut = 0; cut < original.size(); cut++) {
-    Put("cutFormda.txt", original.c_str(), (long)cut);
+    Put("cutFormda.txt", original.substr(0, cut));
     int expected = cut <= lastDigit ? FAIL_READ : 0;
     ASSERT_EQ(LoadGuarded("cutFormda.txt"), expected) << "file cut after " << cut << " bytes";
   }
 }
 
 TEST_F(SessionFormda, MalformedContentEndsWithReadFailure) {
-  std::string original(bundled, bundledSize);
   struct Case { const char* what; std::string text; } cases[] = {
       {"negative trait count", Replace(original, "3 \n", "height", "-3 \n")},
       {"OTU count beyond the file", Replace(original, "5 \n0\t", "0\t0\t0\t0\t\n", "900000 \n")},
@@ -275,7 +254,6 @@ TEST_F(SessionFormda, MalformedContentEndsWithReadFailure) {
 }
 
 TEST_F(SessionFormda, OverlongWordsAreCutAndKeepTheirPlace) {
-  std::string original(bundled, bundledSize);
   std::string longLabels = Replace(original, "height", "\t", "heightOfTheCanopyInMetres");
   longLabels = Replace(longLabels, "env_demo.txt", " ", std::string(500, 'e'));
   Put("longFormda.txt", longLabels);

@@ -11,30 +11,17 @@ using namespace sessiontest;
 
 namespace {
 
-const long fileCapacity = 1 << 16;
-
 class SessionTrack : public ::testing::Test {
  protected:
   void SetUp() override {
     MakeScratchVolume();
-    static char buffer[fileCapacity];
-    std::string source = std::string(DataDir()) + "demoFormda.txt";
-    long n = ReadFile(source.c_str(), buffer, fileCapacity);
-    ASSERT_GT(n, 0) << "bundled session missing at " << source;
-    WriteFile((std::string(volumeName) + "demoFormda.txt").c_str(), buffer, n);
+    PutInVolume("demoFormda.txt", BundledFormda());
     ASSERT_EQ(LoadGuarded("demoFormda.txt"), 0);
     snprintf(whichTrack, sizeof whichTrack, "demoTrk.txt");
   }
   void TearDown() override { FreeSessionState(); }
-
-  std::string Get(const char* file) {
-    static char buffer[fileCapacity];
-    long n = ReadFile((std::string(volumeName) + file).c_str(), buffer, fileCapacity);
-    return n < 0 ? std::string() : std::string(buffer, n);
-  }
-  void Put(const char* file, const std::string& text) {
-    WriteFile((std::string(volumeName) + file).c_str(), text.c_str(), (long)text.size());
-  }
+  std::string Get(const char* file) { return GetFromVolume(file); }
+  void Put(const char* file, const std::string& text) { PutInVolume(file, text); }
 
   // Settings and partitions with awkward values: two partitions of the four
   // communities (the second current) and one of the five OTUs.

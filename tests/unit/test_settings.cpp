@@ -14,6 +14,8 @@
 #include "shell/track.h"
 #include "tests/unit/session_test_util.h"
 
+using namespace testutil;
+
 namespace {
 
 // A small session in memory: 5 OTUs, 4 traits, 3 communities.
@@ -82,8 +84,7 @@ TEST_F(SettingsDialogue, AnalysisPathStoresEveryAnswer) {
       "2\n 1 1 0 1 1\n n\n"
       "y\n y\n");
   SettingsHierarchy();
-  const int partition[5] = {3, INT_MAX, 0, INT_MIN, 12};
-  for (int i = 0; i < 5; i++) EXPECT_EQ(partition[i], partition_OTUs[i]) << "OTU " << i + 1;
+  ExpectInts(partition_OTUs, {3, INT_MAX, 0, INT_MIN, 12}, "OTU");
   EXPECT_EQ(5, nGrPoly[0]);
   EXPECT_EQ(3, fuzzy);
   EXPECT_EQ(99, niter);
@@ -92,10 +93,8 @@ TEST_F(SettingsDialogue, AnalysisPathStoresEveryAnswer) {
   EXPECT_EQ(4242u, rseed);
   EXPECT_EQ(9, rese_opt);
   // Group 4 holds three selected traits; trait 2 (group 7) is left out.
-  const double weights[4] = {1 / 3.0, 0, 1 / 3.0, 1 / 3.0};
-  for (int i = 0; i < 4; i++) EXPECT_NEAR(weights[i], weight[i], 1e-15) << "trait " << i + 1;
-  const int otus[5] = {1, 1, 0, 1, 1};
-  for (int i = 0; i < 5; i++) EXPECT_EQ(otus[i], weight_OTUs[i]);
+  ExpectValues(weight, {1 / 3.0, 0, 1 / 3.0, 1 / 3.0}, "trait");
+  ExpectInts(weight_OTUs, {1, 1, 0, 1, 1}, "weight_OTUs");
   EXPECT_TRUE(optUnitTotalAdjust2);
   EXPECT_FALSE(includePhylogeny);
   EXPECT_EQ(1, printDetail);
@@ -112,8 +111,7 @@ TEST_F(SettingsDialogue, TypesFromTheSpeciesList) {
   Answers("y\n 0\n n\n 2\n 1\n 1\n n\n n\n");
   SettingsHierarchy();
   EXPECT_TRUE(OTUsTypesAreSpecies);
-  const int expected[5] = {1, 3, 17, 2, 2};
-  for (int i = 0; i < 5; i++) EXPECT_EQ(expected[i], partition_OTUs[i]) << "OTU " << i + 1;
+  ExpectInts(partition_OTUs, {1, 3, 17, 2, 2}, "OTU");
   EXPECT_EQ(4, nGrPoly[0]);
   EXPECT_EQ(2, opt_ro);
 }
@@ -130,8 +128,7 @@ TEST_F(SettingsDialogue, GroupFileThatFailsAndFileThatIsShort) {
   Answers(text);
   SettingsHierarchy();
   remove(name);
-  const int expected[5] = {4, 4, 9, 53, 54};
-  for (int i = 0; i < 5; i++) EXPECT_EQ(expected[i], partition_OTUs[i]) << "OTU " << i + 1;
+  ExpectInts(partition_OTUs, {4, 4, 9, 53, 54}, "OTU");
   EXPECT_EQ(4, nGrPoly[0]);
 }
 
@@ -164,15 +161,6 @@ TEST_F(SettingsDialogue, RankingPathsAreShorter) {
   EXPECT_EQ(EOF, c) << "the ranking path asked more than expected";
 }
 
-TEST(SettingsWeights, TraitGroupsShareOneWeight) {
-  int groups[6] = {2, 5, 2, 9, 5, 2};
-  double weights[6] = {1, 1, 0, 0, 1, 1};
-  WeightsByTraitGroups(6, groups, weights);
-  // Group 2 has two selected traits, group 5 two, group 9 none.
-  const double expected[6] = {0.5, 0.5, 0, 0, 0.5, 0.5};
-  for (int i = 0; i < 6; i++) EXPECT_DOUBLE_EQ(expected[i], weights[i]) << "trait " << i + 1;
-}
-
 TEST(SettingsPartition, FromTheClusteringRecord) {
   volumeName[0] = '\0';
   snprintf(whichCstClus, sizeof whichCstClus, "%s", "zzSettingsClus.txt");
@@ -184,8 +172,7 @@ TEST(SettingsPartition, FromTheClusteringRecord) {
   GetPartition(6, 3, membership, 'c');
   remove(whichCstClus);
   // Labels 1, 3 and 5 renumbered from 1.
-  const int expected[6] = {1, 1, 2, 2, 3, 3};
-  for (int i = 0; i < 6; i++) EXPECT_EQ(expected[i], membership[i]) << "object " << i + 1;
+  ExpectInts(membership, {1, 1, 2, 2, 3, 3}, "object");
 }
 
 TEST_F(SettingsDialogue, AnyGroupsByCountsAndByLabels) {
@@ -199,8 +186,7 @@ TEST_F(SettingsDialogue, AnyGroupsByCountsAndByLabels) {
   SettingAnyGroups(5, &nGroups, membership, labels, "OTUs");
   EXPECT_EQ(2, nGroups);
   EXPECT_STREQ("2", labels[1]);
-  const int runs[5] = {1, 1, 1, 2, 2};
-  for (int i = 0; i < 5; i++) EXPECT_EQ(runs[i], membership[i]);
+  ExpectInts(membership, {1, 1, 1, 2, 2}, "membership");
   fclose(in);
   // Labels typed per community; an unknown label repeats the whole entry.
   // Replaying answers skips the terminal-only questions of the long input.
@@ -215,7 +201,6 @@ TEST_F(SettingsDialogue, AnyGroupsByCountsAndByLabels) {
   fclose(echo);
   EXPECT_EQ('r', whichObj);
   EXPECT_EQ(3, nGroups);
-  const int byLabel[3] = {3, 2, 2};
-  for (int i = 0; i < 3; i++) EXPECT_EQ(byLabel[i], membership[i]);
+  ExpectInts(membership, {3, 2, 2}, "membership");
   free2D(labels, 3);
 }

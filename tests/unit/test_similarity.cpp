@@ -228,8 +228,7 @@ TEST(SimilarityPartitions, CrispIdenticalsAndTrimming) {
   int labels[4], g;
   ClusterIdenticals(4, S, labels, &g, false);
   ASSERT_EQ(g, 2);
-  const int want[] = {1, 2, 1, 1};
-  for (int i = 0; i < 4; i++) EXPECT_EQ(labels[i], want[i]) << "object " << i;
+  ExpectInts(labels, {1, 2, 1, 1}, "object");
   S[0][2] = 1.0 - 1e-12;
   ClusterIdenticals(4, S, labels, &g, false);
   EXPECT_EQ(g, 3) << "equality is exact";

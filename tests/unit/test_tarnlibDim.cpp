@@ -115,15 +115,12 @@ TEST(TarnlibDimStreams, ScanStringCutsAndChecksTheList) {
 }
 
 TEST(TarnlibDimStrings, TrimUpperAndCaseFreeCompare) {
-  char a[] = "a  b   c ";
-  trimString(a);
-  EXPECT_STREQ(a, "a b c");
-  char b[] = " x";
-  trimString(b);
-  EXPECT_STREQ(b, " x");
-  char c[] = "  x";
-  trimString(c);
-  EXPECT_STREQ(c, " x");
+  for (auto io : {std::make_pair("a  b   c ", "a b c"), std::make_pair(" x", " x"), std::make_pair("  x", " x")}) {
+    char text[16];
+    strcpy(text, io.first);
+    trimString(text);
+    EXPECT_STREQ(text, io.second) << "from \"" << io.first << "\"";
+  }
   char d[] = "Abc9z";
   StrToUpper(d);
   EXPECT_STREQ(d, "ABC9Z");
