@@ -30,7 +30,7 @@ using namespace testutil;
 TEST(EigenGsl, EigenvectorsSatisfyDefinitionAndNegativeEigenvalueFlag)
 {
     Mat a(4, 4, {4.385, 1.2, -0.7, 2.1, 1.2, 3.05, 0.4, -1.3,
-                             -0.7, 0.4, 2.77, 0.9, 2.1, -1.3, 0.9, 5.12});
+                 -0.7, 0.4, 2.77, 0.9, 2.1, -1.3, 0.9, 5.12});
     Mat vec(4, 4);
     double* val = dim1Double(4);
     EigenHouseholderQL_GSL_D(4, a, vec, val);

@@ -35,12 +35,6 @@ struct TarnlibTablesTest : testing::Test {
 
 }  // namespace
 
-TEST_F(TarnlibTablesTest, WidthIsOfTheWholeMatrix) {
-  EXPECT_EQ(GetWidthMax(3, 3, m, 3), 8);  // "1.23e+06", wider than "-14.8"
-  EXPECT_EQ(GetWidthMax(0, 3, m, 6), 0);
-  EXPECT_EQ(GetWidthMaxSqrt(1, 1, m, 4, 1), 5);  // sqrt(2.385) = 1.544
-}
-
 TEST_F(TarnlibTablesTest, AlignedMatrixPadsToLongestElement) {
   int width = 0;
   std::string s = Text([&](FILE* f) { width = PrintMatrix(f, 2, 2, m, 4, 0); });
