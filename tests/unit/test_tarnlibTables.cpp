@@ -10,9 +10,6 @@
 #include "tests/unit/test_util.h"
 
 using namespace testutil;
-#include "tests/unit/test_util.h"
-
-using namespace testutil;
 
 namespace {
 
