@@ -1012,24 +1012,49 @@ static void FreeOccurrences(PermWork* w) {
   free1D(w->laneCol);
 }
 
+// o[k .. k + 2 NB - 1] = sum over x < m of a[x] rows[x][k ..], each column's
+// sum in the order of x, two columns to a vector.
+template <int NB>
+static void ProductColumns(int m, const double* a, double* const* rows, int k, double* o) {
+  Lanes2 sum[NB];
+  for (int b = 0; b < NB; b++) sum[b] = Lanes2{0.0, 0.0};
+  for (int x = 0; x < m; x++) {
+    Lanes2 ax = {a[x], a[x]};
+    const double* r = rows[x] + k;
+    for (int b = 0; b < NB; b++) {
+      Lanes2 v;
+      memcpy(&v, r + 2 * b, sizeof(v));
+      sum[b] += ax * v;
+    }
+  }
+  for (int b = 0; b < NB; b++) memcpy(o + k + 2 * b, &sum[b], sizeof(sum[b]));
+}
+
 // out[c] = W[c] times the permuted rows of `from`, over the occurrences of c.
 // With plain terms (no -999 on either side, every weight 1) each entry is
 // the product's sum of abundance times value, term by term in the same
-// order, taken for all columns of a row at once.
+// order, each column's sum kept in a register, two columns to a vector.
 static void OccurrenceProducts(PermWork* w, double** from, int cols, double** out, int* mask, bool plain) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   if (plain) {
     for (int c = 0; c < w->n; c++) {
+      int s = w->occStart[c], m = w->occStart[c + 1] - s;
+      for (int x = 0; x < m; x++) w->rowsSub[x] = from[w->list[w->occOTU[s + x]] - 1];
+      const double* a = w->occW + s;
       double* o = out[c];
-      for (int k = 0; k < cols; k++) o[k] = 0.0;
-      for (int x = w->occStart[c]; x < w->occStart[c + 1]; x++) {
-        double a = w->occW[x];
-        const double* row = from[w->list[w->occOTU[x]] - 1];
-        for (int k = 0; k < cols; k++) o[k] += a * row[k];
+      int k = 0;
+      for (; cols - k >= 8; k += 8) ProductColumns<4>(m, a, w->rowsSub, k, o);
+      if (cols - k >= 6) ProductColumns<3>(m, a, w->rowsSub, k, o), k += 6;
+      else if (cols - k >= 4) ProductColumns<2>(m, a, w->rowsSub, k, o), k += 4;
+      else if (cols - k >= 2) ProductColumns<1>(m, a, w->rowsSub, k, o), k += 2;
+      if (k < cols) {
+        double sum = 0.0;
+        for (int x = 0; x < m; x++) sum += a[x] * w->rowsSub[x][k];
+        o[k] = sum;
       }
       if (mask)
-        for (int k = 0; k < cols; k++)
-          if (mask[k] != 1) o[k] = 0.0;
+        for (int j = 0; j < cols; j++)
+          if (mask[j] != 1) o[j] = 0.0;
     }
     return;
   }
