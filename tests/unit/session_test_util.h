@@ -11,22 +11,11 @@
 #include "session/formda.h"
 #include "session/session.h"
 #include "shell/shell.h"
+#include "tests/unit/test_util.h"
 
 namespace sessiontest {
 
-// Runs `body` under a live recovery point: 0 when it returned, else the code.
-template <typename F>
-int RunGuarded(F body) {
-  int code = setjmp(jmp_env);
-  if (code == 0) {
-    jmpLive = 1;
-    body();
-    jmpLive = 0;
-    return 0;
-  }
-  jmpLive = 0;
-  return code;
-}
+using testutil::RunGuarded;
 
 // Directory of the bundled session, next to this source.
 inline const char* DataDir() {

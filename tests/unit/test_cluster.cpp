@@ -5,6 +5,9 @@
 
 #include "TarnLib/tarnlibCluster.h"
 #include "TarnLib/tarnlibDim.h"
+#include "tests/unit/test_util.h"
+
+using namespace testutil;
 
 namespace {
 
@@ -64,7 +67,7 @@ TEST(ClusterLinkage, TiesSimilaritiesAndSquaredInput) {
   // Pairs (0,1), (0,2) and (2,3) all at 1.5: the first in row order wins, and
   // then group {1,2} to object 3 (min(1.5, 4.4)) beats (3,4) at the same value.
   const double up[] = {0, 1.5, 1.5, 9.1, 0, 0, 4.4, 8.2, 0, 0, 0, 1.5, 0, 0, 0, 0};
-  double** d = dim2Double(4, 4);
+  Mat d(4, 4);
   for (int k = 0; k < 16; k++) d[k / 4][k % 4] = up[k];
   clusterReport* r = NewReport(4);
   LinkageCluster(4, d, r, true, false, 1, true);
@@ -73,7 +76,7 @@ TEST(ClusterLinkage, TiesSimilaritiesAndSquaredInput) {
   ExpectInts(r[1].members, second, 3, "second fusion");
 
   // Similarities: the largest value fuses first and levels fall, in float precision.
-  double** s = dim2Double(3, 3);
+  Mat s(3, 3);
   s[0][1] = 0.35;
   s[0][2] = 0.8;
   s[1][2] = 0.6;
@@ -90,8 +93,6 @@ TEST(ClusterLinkage, TiesSimilaritiesAndSquaredInput) {
   LinkageCluster(3, q, r, true, true, 1, true);
   EXPECT_EQ(r[1].level, 2.0);
   FreeReport(r, 4);
-  free2D(d, 4);
-  free2D(s, 3);
   free2D(q, 3);
 }
 

@@ -5,27 +5,21 @@
 
 #include "TarnLib/tarnlibDim.h"
 #include "scaling/community.h"
+#include "tests/unit/test_util.h"
+
+using namespace testutil;
 
 namespace {
 
 const double MV = -999.0;
 
-double** Mat(int rows, int cols, const double* v) {
-  double** m = dim2Double(rows, cols);
-  for (int i = 0; i < rows; i++)
-    for (int j = 0; j < cols; j++) m[i][j] = v[i * cols + j];
-  return m;
-}
 
 } // namespace
 
 TEST(CommunityProducts, MissingTermsMasksAndTheMinus999Result) {
   // Row 0 cancels exactly after a skipped term; row 1 cancels with no skip.
   const double a[] = {2, MV, 1.5, 2, 0, 1.5};
-  const double b[] = {1.5, 0.25, 7, 3, -2, 0.5};
-  double** A = Mat(2, 3, a);
-  double** B = Mat(3, 2, b);
-  double** C = dim2Double(2, 2);
+  Mat A(2, 3, a), B(3, 2, {1.5, 0.25, 7, 3, -2, 0.5}), C(2, 2);
   EXPECT_EQ(MatrixProdMV(2, 3, 3, 2, A, B, C), 0);
   EXPECT_EQ(C[0][0], MV) << "a zero sum with a skipped term is missing";
   EXPECT_EQ(C[1][0], 0.0) << "a zero sum without a skipped term is 0";
@@ -39,20 +33,12 @@ TEST(CommunityProducts, MissingTermsMasksAndTheMinus999Result) {
   C[0][0] = 42;
   EXPECT_EQ(MatrixProdMV(2, 3, 2, 2, A, B, C), 1);
   EXPECT_EQ(C[0][0], 42.0) << "inner dimensions differ: nothing done";
-  free2D(A, 2);
-  free2D(B, 3);
-  free2D(C, 2);
 }
 
 TEST(CommunityProducts, AdjustedProductsDivideByTheirOwnSums) {
   // Two communities, three OTUs, two traits; OTU 2 lacks trait 0.
-  const double w[] = {0.25, 0.5, 0.25, 0.6, 0.4, 0};
-  const double b[] = {2.5, 10, 4.5, 20, MV, 30};
   const double gone[] = {MV, 10, MV, 20, MV, 30};
-  double** W = Mat(2, 3, w);
-  double** B = Mat(3, 2, b);
-  double** B2 = Mat(3, 2, gone);
-  double** T = dim2Double(2, 2);
+  Mat W(2, 3, {0.25, 0.5, 0.25, 0.6, 0.4, 0}), B(3, 2, {2.5, 10, 4.5, 20, MV, 30}), B2(3, 2, gone), T(2, 2);
   int mask[] = {1, 1}, all[] = {1, 1, 1}, some[] = {1, 0, 1};
   MatrixProdSelectMV_Adjust_Weight(2, 3, 3, 2, W, B, T, mask, all);
   EXPECT_NEAR(T[0][0], (0.625 + 2.25) / 0.75, 1e-12) << "the missing value takes its share out of the divisor";
@@ -63,39 +49,26 @@ TEST(CommunityProducts, AdjustedProductsDivideByTheirOwnSums) {
   EXPECT_NEAR(T[0][0], (0.625 + 2.25) / 7.0, 1e-12) << "divided by the sum of the right-hand values";
   MatrixProdSelectMV_Adjust_Weight(2, 3, 3, 2, W, B2, T, mask, all);
   EXPECT_TRUE(std::isnan(T[0][0])) << "an all-missing trait gives 0/0";
-  free2D(W, 2);
-  free2D(B, 3);
-  free2D(B2, 3);
-  free2D(T, 2);
 }
 
 TEST(CommunityProducts, TargetUpdateEqualsAFreshProduct) {
-  const double a[] = {0.2, 1.5, 0.7, 3.1, 0.4, 2.2};
   const double m[] = {1, 0.3, 0.6, 0.25, 1, 0.8, 0.45, 0.1, 1};
-  double** A = Mat(2, 3, a);
-  double** M = Mat(3, 3, m);
-  double** M2 = Mat(3, 3, m);
+  Mat A(2, 3, {0.2, 1.5, 0.7, 3.1, 0.4, 2.2}), M(3, 3, m), M2(3, 3, m);
   for (int k = 0; k < 3; k++) {
     M2[1][k] += 0.125 * (k + 1);
     M2[k][1] -= 0.375;
   }
-  double** C = dim2Double(2, 3);
-  double** fresh = dim2Double(2, 3);
+  Mat C(2, 3), fresh(2, 3);
   MatrixProdMV(2, 3, 3, 3, A, M, C);
   EXPECT_EQ(MatrixProdTargetMV(2, 3, 3, 3, 1, A, M, M2, C), 0);
   MatrixProdMV(2, 3, 3, 3, A, M2, fresh);
   for (int r = 0; r < 2; r++)
     for (int c = 0; c < 3; c++) EXPECT_NEAR(C[r][c], fresh[r][c], 1e-12) << r << "," << c;
   EXPECT_EQ(MatrixProdTargetMV(2, 3, 3, 3, 3, A, M, M2, C), 1) << "target beyond the columns";
-  free2D(A, 2);
-  free2D(M, 3);
-  free2D(M2, 3);
-  free2D(C, 2);
-  free2D(fresh, 2);
 }
 
 TEST(CommunityRao, EntropyByHandAndTheFlags) {
-  double** S = dim2Double(2, 2);
+  Mat S(2, 2);
   S[0][0] = S[1][1] = 1.0;
   S[0][1] = 0.3; // lower triangle left at 0: the routine mirrors it
   double a[] = {2.385, 2.385}, single[] = {0, 4.4}, empty[] = {0, 0}, withMissing[] = {2.385, MV};
@@ -110,13 +83,12 @@ TEST(CommunityRao, EntropyByHandAndTheFlags) {
   EXPECT_EQ(RaoIndex(2, single, S, true, false), 0.0) << "a single-OTU community";
   EXPECT_EQ(RaoIndex(2, empty, S, true, false), 0.0) << "zero total";
   EXPECT_EQ(RaoIndex(2, withMissing, S, true, false), 0.0) << "-999 isn't in the total nor in a pair";
-  free2D(S, 2);
 }
 
 TEST(CommunityRao, GiniSimpsonAndThePairFactor) {
-  double** I = dim2Double(3, 3);
+  Mat I(3, 3);
   for (int i = 0; i < 3; i++) I[i][i] = 1.0;
-  float** If = dim2Dfloat(3, 3);
+  MatrixOf<float> If(3, 3);
   double a[] = {1, 1, 2}, b[] = {1, 2, 1}, single[] = {0, 3.3, 0};
   int all[] = {1, 1, 1}, w[] = {1, 0, 1};
   EXPECT_NEAR(RaoIndex_Weight(3, a, I, false, all, true), 0.625, 1e-12) << "1 - sum of p squared";
@@ -132,14 +104,10 @@ TEST(CommunityRao, GiniSimpsonAndThePairFactor) {
   EXPECT_NEAR(RaoIndex_Weight(3, b, I, false, true, w, true), 2 * 0.0625 * 0.6, 1e-12);
   EXPECT_NEAR(RaoIndex_Weight(3, b, I, false, true, w, false), 0.075 + 2 * 0.125 * 0.9 + 2 * 0.125 * 0.7, 1e-12)
       << "unrestricted: only the pair of two unselected OTUs drops";
-  free2D(I, 3);
-  free2D(If, 3);
 }
 
 TEST(CommunityNeighbours, NearestNeighbourResemblanceAndBetaDivergence) {
-  const double w[] = {2, 0, 0.5, 1, 1, 1, 0, 3, 0};
-  double** W = Mat(3, 3, w);
-  double** S = dim2Double(3, 3);
+  Mat W(3, 3, {2, 0, 0.5, 1, 1, 1, 0, 3, 0}), S(3, 3);
   S[0][1] = 0.6;
   S[0][2] = 0.3;
   S[1][2] = 0.8;
@@ -153,7 +121,7 @@ TEST(CommunityNeighbours, NearestNeighbourResemblanceAndBetaDivergence) {
   EXPECT_NEAR(d, (0.3 * 1.0 * 2 / 2 + (0.3 + 0.6 + 0.3) / 3) / 2, 1e-12);
 
   // Beta divergence: community 0 has two nearest neighbours in DE, tied.
-  double** DE = dim2Double(3, 3);
+  Mat DE(3, 3);
   DE[0][1] = DE[0][2] = 0.5;
   DE[1][2] = 0.9;
   S[1][2] = 7;
@@ -162,7 +130,4 @@ TEST(CommunityNeighbours, NearestNeighbourResemblanceAndBetaDivergence) {
   EXPECT_NEAR(result[0], 0.45, 1e-12) << "both tied neighbours count";
   EXPECT_EQ(result[1], 0.6);
   EXPECT_EQ(result[2], 0.3);
-  free2D(W, 3);
-  free2D(S, 3);
-  free2D(DE, 3);
 }

@@ -6,9 +6,9 @@
 
 #include "TarnLib/tarnlibCongruence.h"
 #include "TarnLib/tarnlibRegression.h"
-#include "tests/unit/test_reseHelpers.h"
+#include "tests/unit/test_util.h"
 
-using namespace testrese;
+using namespace testutil;
 
 namespace {
 
@@ -70,11 +70,11 @@ TEST(CongruenceMantel, AgreesWithPearsonOfUpperTrianglePairs)
     a[0][3] = M;    // a pair with -999 on either side drops out of means and sums
     b[2][5] = M;
     EXPECT_NEAR(MatrixCorr(6, a, b), PearsonOfPairs(6, a, b), 1e-12);
-    double** c = dim2Double(6, 6);
+    Mat c(6, 6);
     for (int i = 0; i < 36; i++) c[i / 6][i % 6] = 2.5;
     EXPECT_EQ(MatrixCorr(6, a, c), 0.0) << "a zero sum of squares gives 0";
     EXPECT_EQ(MatrixCorr(2, a, b), 0.0) << "one pair: zero sums of squares";
-    Free(6, {a, b, c});
+    Free(6, {a, b});
 }
 
 // The prepared form must reproduce MatrixCorr exactly, not nearly: the
@@ -159,9 +159,9 @@ TEST(CongruenceRV, AgreesWithEscoufierDefinition)
     EXPECT_NEAR(RVcoeff(8, 3, 2, a, b), rv, 1e-12);
     EXPECT_NEAR(RVcoeff(8, 2, 3, b, a), rv, 1e-12);
     EXPECT_NEAR(RVcoeff(8, 3, 3, a, a), 1.0, 1e-12);
-    double** k = dim2Double(8, 2);
+    Mat k(8, 2);
     EXPECT_TRUE(std::isnan(RVcoeff(8, 3, 2, a, k))) << "a constant matrix has no guard";
-    Free(8, {a, b, k});
+    Free(8, {a, b});
 }
 
 TEST(CongruencePartial, PartialCorrelationsAtTheEdgesAndPartialMantel)
@@ -185,8 +185,7 @@ TEST(CongruencePartial, PartialMatrixCorrelationOnPcaResiduals)
     double** a = Noise(n, 3, 31u);
     double** b = Noise(n, 2, 37u);
     double** z = Noise(n, 2, 43u);
-    double** ra = dim2Double(n, 3);
-    double** rb = dim2Double(n, 2);
+    Mat ra(n, 3), rb(n, 2);
     PCA_Regression_ResidualsSelect(n, 3, 2, a, z, ra, nullptr, 2, 4.0);
     PCA_Regression_ResidualsSelect(n, 2, 2, b, z, rb, nullptr, 2, 4.0);
     EXPECT_EQ(PartialMatrixCorrelation(n, 3, 2, a, b, 3, 4.0, 1, 2, (int*)nullptr, z), RVcoeff(n, 3, 2, ra, rb));
@@ -198,26 +197,22 @@ TEST(CongruencePartial, PartialMatrixCorrelationOnPcaResiduals)
     int none[2] = {0, 0}, second[2] = {0, 1};
     EXPECT_NEAR(PartialMatrixCorrelation(n, 3, 2, a, b, 3, 2.0, 1, 2, none, z), RVcoeff(n, 3, 2, a, b), 1e-12);
     // controls are joined side by side, selected columns only
-    double** z0 = dim2Double(n, 1);
-    double** w = dim2Double(n, 2);
+    Mat z0(n, 1), w(n, 2);
     for (int i = 0; i < n; i++) {
         z0[i][0] = z[i][0];
         w[i][0] = -7.5;
         w[i][1] = z[i][1];
     }
     double joined = PartialMatrixCorrelation(n, 3, 2, a, b, 3, 1.0, 1, 2, (int*)nullptr, z);
-    double split = PartialMatrixCorrelation(n, 3, 2, a, b, 3, 1.0, 3, 1, (int*)nullptr, z0, 2, none, b, 2, second, w);
+    double split = PartialMatrixCorrelation(n, 3, 2, a, b, 3, 1.0, 3, 1, (int*)nullptr, z0.p, 2, none, b, 2, second, w.p);
     EXPECT_NEAR(joined, split, 1e-12);
-    Free(n, {a, b, z, ra, rb, z0, w});
+    Free(n, {a, b, z});
 }
 
 TEST(CongruenceOther, CoefficientsOfPairs)
 {
     // pairs of a: 1, 2, 4; of e: 2, 0.5, 1
-    const double av[] = {0, 1, 2, 9, 0, 4, 9, 9, 0}, ev[] = {0, 2, 0.5, 0, 0, 1, 0, 0, 0};
-    double** a = FromRows(3, 3, av);
-    double** e = FromRows(3, 3, ev);
-    double** z = dim2Double(3, 3);
+    Mat a(3, 3, {0, 1, 2, 9, 0, 4, 9, 9, 0}), e(3, 3, {0, 2, 0.5, 0, 0, 1, 0, 0, 0}), z(3, 3);
     EXPECT_NEAR(MatrixRankCorr(3, a, e), -0.5, 1e-12);
     EXPECT_NEAR(MatrixCov(3, a, e), -7.0 / 12.0, 1e-12);
     EXPECT_NEAR(MatrixEudDist(3, a, e), 3.5, 1e-12);
@@ -228,5 +223,4 @@ TEST(CongruenceOther, CoefficientsOfPairs)
     EXPECT_NEAR(vecProd(3, a, e), 7.0, 1e-12);
     EXPECT_NEAR(SQMatrixDeviations(3, 3, a, e), 1.0 - 255.25 / 6.0, 1e-12);
     EXPECT_NEAR(SumAbsMatrixDeviations(3, 3, a, e), 1.0 - 32.5 / 6.0, 1e-12);
-    Free(3, {a, e, z});
 }

@@ -6,7 +6,7 @@
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibEigen.h"
 #include "TarnLib/tarnlibRandom.h"
-#include "tests/unit/test_reseHelpers.h"
+#include "tests/unit/test_util.h"
 
 #include <gsl/gsl_randist.h>
 
@@ -25,14 +25,13 @@ double** RotatedDiagonal(double l1, double l2, double angle)
 
 }  // namespace
 
-using namespace testrese;
+using namespace testutil;
 
 TEST(EigenGsl, EigenvectorsSatisfyDefinitionAndNegativeEigenvalueFlag)
 {
-    const double values[] = {4.385, 1.2, -0.7, 2.1, 1.2, 3.05, 0.4, -1.3,
-                             -0.7, 0.4, 2.77, 0.9, 2.1, -1.3, 0.9, 5.12};
-    double** a = FromRows(4, 4, values);
-    double** vec = dim2Double(4, 4);
+    Mat a(4, 4, {4.385, 1.2, -0.7, 2.1, 1.2, 3.05, 0.4, -1.3,
+                             -0.7, 0.4, 2.77, 0.9, 2.1, -1.3, 0.9, 5.12});
+    Mat vec(4, 4);
     double* val = dim1Double(4);
     EigenHouseholderQL_GSL_D(4, a, vec, val);
     for (int k = 0; k < 4; k++) {
@@ -55,17 +54,13 @@ TEST(EigenGsl, EigenvectorsSatisfyDefinitionAndNegativeEigenvalueFlag)
     EXPECT_NEAR(val[1], -0.5, 1e-12);
     double** nearly = RotatedDiagonal(10.0, -0.005, 0.37);  // -0.005 / 9.995: accepted
     EXPECT_TRUE(EigenHouseholderQL_GSL_D(2, nearly, vec, val));
-    Free(4, {a, vec});
     Free(2, {bad, nearly});
     free1D(val);
 }
 
 TEST(EigenGsl, SingularValueDecompositionReconstructs)
 {
-    const double values[] = {2.385, -1.1, 0.7, 3.3, 0.25, -2.6, 1.9, 0.8, 4.4, -0.3, 1.7, 2.2};
-    double** a = FromRows(4, 3, values);
-    double** u = dim2Double(4, 3);
-    double** v = dim2Double(3, 3);
+    Mat a(4, 3, {2.385, -1.1, 0.7, 3.3, 0.25, -2.6, 1.9, 0.8, 4.4, -0.3, 1.7, 2.2}), u(4, 3), v(3, 3);
     double* s = dim1Double(3);
     ASSERT_TRUE(SingValueDecomp(4, 3, a, u, s, v));
     for (int i = 0; i < 4; i++)
@@ -75,22 +70,18 @@ TEST(EigenGsl, SingularValueDecompositionReconstructs)
             EXPECT_NEAR(x, a[i][j], 1e-10) << "element " << i << "," << j;
         }
     EXPECT_FALSE(SingValueDecomp(3, 4, a, u, s, v)) << "a wider than tall matrix is refused";
-    Free(4, {a, u});
-    Free(3, {v});
     free1D(s);
 }
 
 TEST(EigenOrdination, PrincipalCoordinatesOfPointsOnALine)
 {
     const double pos[] = {0.0, 1.5, 4.0};
-    double** d = dim2Double(3, 3);
-    double** s = dim2Double(3, 3);
+    Mat d(3, 3), s(3, 3);
     for (int i = 0; i < 9; i++) {
         d[i / 3][i % 3] = std::fabs(pos[i / 3] - pos[i % 3]);
         s[i / 3][i % 3] = pos[i / 3] * pos[i % 3];
     }
-    double** vec = dim2Double(3, 3);
-    double** scores = dim2Double(3, 3);
+    Mat vec(3, 3), scores(3, 3);
     double* val = dim1Double(3);
     int axes = -1;
     bool ok = false;
@@ -102,15 +93,12 @@ TEST(EigenOrdination, PrincipalCoordinatesOfPointsOnALine)
     // a similarity (code 1, cross products) goes through squared distances
     EXPECT_EQ(OrdinationLib_Scores(3, 3, nullptr, s, scores, 1, 1, 1), 1);
     EXPECT_NEAR(std::fabs(scores[0][2] - scores[0][0]), 4.0, 1e-12);
-    Free(3, {d, s, vec, scores});
     free1D(val);
 }
 
 TEST(EigenOrdination, TinyEigenvalueGivesNoAxis)
 {
-    double** a = dim2Double(2, 2);
-    double** scores = dim2Double(2, 2);
-    double** data = dim2Double(2, 2);
+    Mat a(2, 2), scores(2, 2), data(2, 2);
     a[0][0] = 100.0;
     a[1][1] = 1e-9;
     data[0][0] = data[1][1] = 1.0;
@@ -119,24 +107,23 @@ TEST(EigenOrdination, TinyEigenvalueGivesNoAxis)
     EXPECT_EQ(scores[1][0] + scores[1][1], 0.0) << "the rows of scores are cleared, used or not";
     a[1][1] = 1e-5;  // 1e-5 percent: kept
     EXPECT_EQ(OrdinationLib_Scores(2, 2, data, a, scores, 2, 1, 1), 2);
-    Free(2, {a, scores, data});
 }
 
 TEST(EigenCorrelatedData, IdentityKeepsNumbersAndCorrelationIsReached)
 {
     InitRndNumberGenerator(2385);
-    double** id = dim2Double(3, 3);
+    Mat id(3, 3);
     for (int i = 0; i < 3; i++) id[i][i] = 1.0;
-    double** out = dim2Double(5, 3);
+    Mat out(5, 3);
     CorrToData_New(4, 3, id, out, 2);
     InitRndNumberGenerator(2385);
     for (int i = 0; i < 12; i++) EXPECT_EQ(out[i / 3][i % 3], gsl_ran_gaussian(r, 1.0)) << i;
     // a prescribed correlation of 0.6 is met by a large sample
     const int n = 4000;
-    double** corr = dim2Double(2, 2);
+    Mat corr(2, 2);
     corr[0][0] = corr[1][1] = 1.0;
     corr[0][1] = corr[1][0] = 0.6;
-    double** big = dim2Double(n, 2);
+    Mat big(n, 2);
     CorrToData_New(n, 2, corr, big, 1);
     double a[n], b[n];
     for (int i = 0; i < n; i++) { a[i] = big[i][0]; b[i] = big[i][1]; }
@@ -145,8 +132,4 @@ TEST(EigenCorrelatedData, IdentityKeepsNumbersAndCorrelationIsReached)
     CorrToData_New(5, 3, id, out, 8);
     CorrToData_BothRowsColumns(2, 3, id, corr, out, 8);
     EXPECT_EQ(out[1][2], 0.0);
-    Free(3, {id});
-    Free(5, {out});
-    Free(2, {corr});
-    Free(n, {big});
 }

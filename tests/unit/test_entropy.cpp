@@ -7,9 +7,9 @@
 #include <unistd.h>
 
 #include "TarnLib/tarnlibEntropy.h"
-#include "tests/unit/test_reseHelpers.h"
+#include "tests/unit/test_util.h"
 
-using namespace testrese;
+using namespace testutil;
 
 namespace {
 
@@ -79,7 +79,7 @@ TEST(EntropyTables, RangeOfOrdersAndMutualEntropy)
 TEST(EntropyContingency, StatesInOrderOfFirstAppearance)
 {
     double x[] = {1, 2, M}, y[] = {2, 2, 1}, u[] = {2.5, 2, 1};
-    double** t = dim2Double(3, 3);
+    Mat t(3, 3);
     int dims[2];
     ContingencyMV(3, x, y, t, dims, nullptr);
     EXPECT_EQ(dims[0] * 10 + dims[1], 22);
@@ -89,39 +89,28 @@ TEST(EntropyContingency, StatesInOrderOfFirstAppearance)
     ContingencyMV(3, u, y, t, dims, nullptr);  // 2.5 is listed as 2, never counted
     EXPECT_EQ(dims[0], 2);
     EXPECT_EQ(t[0][0] + t[0][1] + t[1][0] + t[1][1], 2.0);
-    Free(3, {t});
 }
 
 TEST(EntropyPairwise, TablesFileWrittenOnRequest)
 {
-    char dir[] = "/tmp/kolven_entropyXXXXXX", here[4096], text[2048] = "";
+    char dir[] = "/tmp/kolven_entropyXXXXXX", here[4096];
     ASSERT_NE(mkdtemp(dir), nullptr);
     ASSERT_NE(getcwd(here, sizeof here), nullptr);
     ASSERT_EQ(chdir(dir), 0);
-    const double v[] = {1, 1, 2, 2, 1, 2, 1, M};
-    double** x = FromRows(2, 4, v);
-    double** out = dim2Double(2, 2);
+    Mat x(2, 4, {1, 1, 2, 2, 1, 2, 1, M}), out(2, 2);
     CoheCoefPairwiseMV(2, 4, x, out, 1.0, 1);
-    FILE* f = fopen("Tables.txt", "r");
-    if (f != nullptr) {
-        text[fread(text, 1, sizeof text - 1, f)] = '\0';
-        fclose(f);
-    }
+    std::string text = FileText("Tables.txt");
     remove("Tables.txt");
     ASSERT_EQ(chdir(here), 0);
     rmdir(dir);
-    EXPECT_NE(strstr(text, "\nContingency table var.1 x var.1:\nRow states (2): 1\t2\t\nColumn states (2): 1\t2\t\n"),
-              nullptr) << text;
-    EXPECT_NE(strstr(text, "\nContingency table var.1 x var.2:\n"), nullptr) << text;
-    EXPECT_NE(strstr(text, "\nContingency table var.2 x var.2:\n"), nullptr) << text;
-    Free(2, {x, out});
+    for (const char* part : {"\nContingency table var.1 x var.1:\nRow states (2): 1\t2\t\nColumn states (2): 1\t2\t\n",
+                             "\nContingency table var.1 x var.2:\n", "\nContingency table var.2 x var.2:\n"})
+        EXPECT_NE(text.find(part), std::string::npos) << text;
 }
 
 TEST(EntropyDivergence, RowsOfFrequenciesAndProfiles)
 {
-    const double v[] = {2, 0, 3, 1, 1, 8, 0, 0, 0};
-    double** x = FromRows(3, 3, v);
-    double** out = dim2Double(3, 3);
+    Mat x(3, 3, {2, 0, 3, 1, 1, 8, 0, 0, 0}), out(3, 3);
     MutualInformationMV(3, 3, x, out);
     double d = 2 * std::log(4.0 / 3) + std::log(2.0 / 3) + std::log(2.0) + 3 * std::log(6.0 / 11) +
                8 * std::log(16.0 / 11);
@@ -134,5 +123,4 @@ TEST(EntropyDivergence, RowsOfFrequenciesAndProfiles)
     EXPECT_NEAR(SumAbsDeviations(2, a, b, false), 0.25, 1e-15);
     EXPECT_NEAR(SumAbsDeviations(2, a, b, true), 0.0625, 1e-15);
     EXPECT_EQ(SumAbsDeviations(2, a, zero, false), 0.0);
-    Free(3, {x, out});
 }

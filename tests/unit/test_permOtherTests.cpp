@@ -8,15 +8,12 @@
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibRandom.h"
 #include "permutation/otherTests.h"
+#include "tests/unit/test_util.h"
+
+using namespace testutil;
 
 namespace {
 
-double** Rows(int rows, int cols, const double* values) {
-  double** m = dim2Double(rows, cols);
-  for (int i = 0; i < rows; i++)
-    for (int j = 0; j < cols; j++) m[i][j] = values[i * cols + j];
-  return m;
-}
 
 const double kDist5[25] = {0,    2.385, 4.12, 1.07, 3.3,  2.385, 0,    1.9,  2.6,  0.44, 4.12, 1.9, 0,
                            5.01, 2.72,  1.07, 2.6,  5.01, 0,     3.95, 3.3,  0.44, 2.72, 3.95, 0};
@@ -38,7 +35,7 @@ int CountLines(FILE* f, const char* start) {
 TEST(PermOtherMantel, TwoTailedAndUpperTriangleOnly) {
   double neg[25], junk[25];
   for (int k = 0; k < 25; k++) neg[k] = -kDist5[k], junk[k] = (k % 5 > k / 5) ? kDist5[k] : 99.5;
-  double **A = Rows(5, 5, junk), **B = Rows(5, 5, kDist5), **C = Rows(5, 5, neg);
+  Mat A(5, 5, junk), B(5, 5, kDist5), C(5, 5, neg);
   double r = 0.0, rNeg = 0.0;
   InitRndNumberGenerator(31);
   double p = ProbMantel(5, 60, A, B, &r);
@@ -50,16 +47,13 @@ TEST(PermOtherMantel, TwoTailedAndUpperTriangleOnly) {
   EXPECT_TRUE(p >= 1.0 / 60 && p <= 1.0) << p;
   EXPECT_EQ(1.0, ProbMantel(5, 1, A, B, &r));
   EXPECT_TRUE(std::isinf(ProbMantel(5, 0, A, B, &r)));
-  free2D(A, 5), free2D(B, 5), free2D(C, 5);
 }
 
 TEST(PermOtherLimitingSimilarity, TiesCountAndEveryPassIsWritten) {
   // All OTU pairs equally similar: every permutation gives the observed value.
   double s[16];
   for (int k = 0; k < 16; k++) s[k] = (k % 5 == 0) ? 1.0 : 0.385;
-  double** S = Rows(4, 4, s);
-  const double w[12] = {1, 2, 0, 1, 0, 3, 1, 0, 2, 0, 1, 4};
-  double** W = Rows(3, 4, w);
+  Mat S(4, 4, s), W(3, 4, {1, 2, 0, 1, 0, 3, 1, 0, 2, 0, 1, 4});
   FILE* f = tmpfile();
   ASSERT_NE(nullptr, f);
   InitRndNumberGenerator(5);
@@ -69,22 +63,18 @@ TEST(PermOtherLimitingSimilarity, TiesCountAndEveryPassIsWritten) {
   // Communities of one OTU each: the statistic is NaN, observed and random
   // alike; neither side of the comparison holds but the float patterns are
   // equal, so every pass counts and the probability, 1, claims nothing.
-  const double single[12] = {1, 0, 0, 0, 0, 2, 0, 0, 0, 0, 3, 0};
-  double** W1 = Rows(3, 4, single);
+  Mat W1(3, 4, {1, 0, 0, 0, 0, 2, 0, 0, 0, 0, 3, 0});
   EXPECT_EQ(1.0, Prob_LimitingSimilarity(20, 4, 3, W1, S, false, false, nullptr));
-  free2D(S, 4), free2D(W, 3), free2D(W1, 3);
 }
 
 TEST(PermOtherXE_T, IdenticalTypesTieAndCountsAreWhole) {
   // Every OTU with the same belonging: X doesn't change under permutation.
   const double same[8] = {0.3, 0.7, 0.3, 0.7, 0.3, 0.7, 0.3, 0.7};
   const double u[8] = {0.9, 0.1, 0.2, 0.8, 0.55, 0.45, 0.05, 0.95};
-  double **Usame = Rows(4, 2, same), **U = Rows(4, 2, u);
-  const double w[20] = {1, 0, 2, 1, 0, 3, 1, 0, 2, 2, 1, 1, 0, 0, 4, 1, 1, 2, 3, 0};
-  double** W = Rows(5, 4, w);
+  Mat Usame(4, 2, same), U(4, 2, u), W(5, 4, {1, 0, 2, 1, 0, 3, 1, 0, 2, 2, 1, 1, 0, 0, 4, 1, 1, 2, 3, 0});
   double de[25];
   for (int k = 0; k < 25; k++) de[k] = (k % 6 == 0) ? 0.0 : kDist5[k] * kDist5[k] + 0.5 * (k % 3);
-  double **DT = Rows(5, 5, kDist5), **DE = Rows(5, 5, de);
+  Mat DT(5, 5, kDist5), DE(5, 5, de);
   double pXE = 0, pXET = 0;
   InitRndNumberGenerator(8);
   Prob_ro_XE_T(15, 4, 2, 5, Usame, W, 0.37, DT, DE, &pXE, &pXET, 6, false, nullptr);
@@ -100,7 +90,6 @@ TEST(PermOtherXE_T, IdenticalTypesTieAndCountsAreWhole) {
   Prob_ro_XE_T(33, 4, 2, 5, U, W, 0.61, DT, DE, &pXE, &pXET, 10, true, f, true);
   EXPECT_EQ(32, CountLines(f, "Iteration "));
   for (double p : {pXE, pXET}) EXPECT_NEAR(p * 33, floor(p * 33 + 0.5), 1e-9) << p;
-  free2D(Usame, 4), free2D(U, 4), free2D(W, 5), free2D(DT, 5), free2D(DE, 5);
 }
 
 // With S the identity the Rao entropy (d = sqrt(1 - s)) is the Gini-Simpson
@@ -108,7 +97,7 @@ TEST(PermOtherXE_T, IdenticalTypesTieAndCountsAreWhole) {
 // 0.625 - Rao ties in every pass. W row (1, 3): Rao = 2 * 0.25 * 0.75 = 0.375.
 TEST(PermOtherRedundancy, IdentityResemblanceTiesInEveryCommunity) {
   const double id[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1}, w[6] = {1, 3, 0, 2, 2, 2};
-  double **S = Rows(3, 3, id), **W = Rows(2, 3, w);
+  Mat S(3, 3, id), W(2, 3, w);
   double simpson[2] = {0.625, 0.9}, prob[2] = {0, 0};
   FILE* f = tmpfile();
   ASSERT_NE(nullptr, f);
@@ -120,13 +109,11 @@ TEST(PermOtherRedundancy, IdentityResemblanceTiesInEveryCommunity) {
   EXPECT_EQ(7, CountLines(f, "0.25\t"));
   Prob_Redundancy(7, 3, 1, 2, simpson, prob, S, W, false, false, nullptr, true);
   EXPECT_EQ(1.0, prob[0]);
-  free2D(S, 3), free2D(W, 2);
 }
 
 TEST(PermOtherPartialCorrelation, AgreesWithRepeatedFirstOrderFormula) {
   auto first = [](double xy, double xz, double yz) { return (xy - xz * yz) / sqrt((1 - xz * xz) * (1 - yz * yz)); };
-  const double r[16] = {1, 0.62, 0.35, -0.18, 0.62, 1, 0.41, 0.27, 0.35, 0.41, 1, 0.12, -0.18, 0.27, 0.12, 1};
-  double** R = Rows(4, 4, r);
+  Mat R(4, 4, {1, 0.62, 0.35, -0.18, 0.62, 1, 0.41, 0.27, 0.35, 0.41, 1, 0.12, -0.18, 0.27, 0.12, 1});
   int given[2] = {2, 3};
   EXPECT_NEAR(first(0.62, 0.35, 0.41), PartialCorrelation_GeneralProc(4, R, 1, 0, 1, given), 1e-12);
   double r01_2 = first(0.62, 0.35, 0.41), r03_2 = first(-0.18, 0.35, 0.12), r13_2 = first(0.27, 0.41, 0.12);
@@ -136,7 +123,6 @@ TEST(PermOtherPartialCorrelation, AgreesWithRepeatedFirstOrderFormula) {
   R[2][3] = R[3][2] = 1.0;
   double singular = PartialCorrelation_GeneralProc(4, R, 0, 1, 2, given);
   EXPECT_TRUE(std::isinf(singular) && singular > 0) << singular;
-  free2D(R, 4);
 }
 
 // Two rows: each one's communality is their squared correlation. A constant
@@ -144,7 +130,7 @@ TEST(PermOtherPartialCorrelation, AgreesWithRepeatedFirstOrderFormula) {
 // is left out with -999 and the rank is 2.
 TEST(PermOtherCommunality, SquaredCorrelationAndSingularRowLeftOut) {
   const double d[12] = {1, 2, 4, 7.5, 2, 1, 5, 3.25, -2.5, -2.5, -2.5, -2.5};
-  double** data = Rows(3, 4, d);
+  Mat data(3, 4, d);
   double sxy = 0, sxx = 0, syy = 0;
   for (int k = 0; k < 4; k++) {
     double x = d[k] - 3.625, y = d[4 + k] - 2.8125;
@@ -160,13 +146,10 @@ TEST(PermOtherCommunality, SquaredCorrelationAndSingularRowLeftOut) {
   EXPECT_EQ(2, rank);
   EXPECT_EQ(-999.0, comm[2]);
   EXPECT_NEAR(sxy * sxy / (sxx * syy), comm[0], 1e-10);
-  free2D(data, 3);
 }
 
 TEST(PermOtherBinarize, QualitativeColumnsBecomeIndicators) {
-  const double d[8] = {2, 1.5, 5, 2.25, 2.7, -0.5, -999, 3};
-  double** data = Rows(4, 2, d);
-  double** out = dim2Double(4, 8);
+  Mat data(4, 2, {2, 1.5, 5, 2.25, 2.7, -0.5, -999, 3}), out(4, 8);
   int** states = dim2Dint(2, 4);
   int nStates[2] = {0, 0}, nOut = 0;
   bool qualitative[2] = {true, false};
@@ -179,5 +162,5 @@ TEST(PermOtherBinarize, QualitativeColumnsBecomeIndicators) {
   const double expected[4][4] = {{0, 1, 0, 1.5}, {0, 0, 1, 2.25}, {0, 1, 0, -0.5}, {1, 0, 0, 3}};
   for (int i = 0; i < 4; i++)
     for (int j = 0; j < 4; j++) EXPECT_EQ(expected[i][j], out[i][j]) << "row " << i << " column " << j;
-  free2D(data, 4), free2D(out, 4), free2D(states, 2);
+  free2D(states, 2);
 }

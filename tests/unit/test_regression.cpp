@@ -5,9 +5,9 @@
 #include <cstdio>
 
 #include "TarnLib/tarnlibRegression.h"
-#include "tests/unit/test_reseHelpers.h"
+#include "tests/unit/test_util.h"
 
-using namespace testrese;
+using namespace testutil;
 
 namespace {
 
@@ -25,14 +25,12 @@ TEST(RegressionFit, RecoversExactLinearModel)
 {
     const int n = 7;
     double** x = Noise(n, 2, 5u);
-    double** y = dim2Double(n, 2);
+    Mat y(n, 2);
     for (int i = 0; i < n; i++) {
         y[i][0] = 1.75 + 2.5 * x[i][0] - 0.35 * x[i][1];
         y[i][1] = -4.125 + 0.8 * x[i][1];
     }
-    double** B = dim2Double(2, 2);
-    double** pred = dim2Double(n, 2);
-    double** res = dim2Double(n, 2);
+    Mat B(2, 2), pred(n, 2), res(n, 2);
     double b0[2], r2[2], tss[2];
     EXPECT_EQ(regression(n, 2, 2, y, x, B, b0, pred, r2, tss, false, nullptr, 0, false), 1);
     const double coef[] = {2.5, 0.0, -0.35, 0.8};
@@ -43,8 +41,7 @@ TEST(RegressionFit, RecoversExactLinearModel)
     EXPECT_NEAR(r2[1], 1.0, 1e-12);
     Regression_ResidualsSelect(n, 2, 2, y, x, res, nullptr);
     EXPECT_NEAR(SumSq(n, 2, res), 0.0, 1e-18);
-    Free(n, {x, y, pred, res});
-    Free(2, {B});
+    Free(n, {x});
 }
 
 TEST(RegressionFit, SelectedPredictorsAndResponses)
@@ -52,8 +49,7 @@ TEST(RegressionFit, SelectedPredictorsAndResponses)
     const int n = 9;
     double** x = Noise(n, 3, 9u);
     double** y = Noise(n, 2, 19u);
-    double** res = dim2Double(n, 2);
-    double** pred = dim2Double(n, 2);
+    Mat res(n, 2), pred(n, 2);
     int pick[3] = {1, 0, 1}, onlySecond[2] = {0, 1};
     Regression_ResidualsSelect(n, 2, 3, y, x, res, pick);
     // residuals: mean 0, orthogonal to the chosen predictors, not to the other
@@ -70,32 +66,23 @@ TEST(RegressionFit, SelectedPredictorsAndResponses)
         EXPECT_EQ(pred[i][0], 2.385) << "an unselected response is left alone";
         EXPECT_NEAR(pred[i][1], y[i][1] - res[i][1], 1e-12);
     }
-    Free(n, {x, y, res, pred});
+    Free(n, {x, y});
 }
 
 TEST(RegressionFit, EnglishReport)
 {
-    const double xv[] = {0, 1, 2, 3}, yv[] = {0.5, 2.5, 4.5, 6.5};
-    double** x = FromRows(4, 1, xv);
-    double** y = FromRows(4, 1, yv);
-    double** B = dim2Double(1, 1);
-    double** pred = dim2Double(4, 1);
+    Mat x(4, 1, {0, 1, 2, 3}), y(4, 1, {0.5, 2.5, 4.5, 6.5}), B(1, 1), pred(4, 1);
     double b0, r2, tss;
     FILE* f = tmpfile();
     ASSERT_NE(f, nullptr);
     regression(4, 1, 1, y, x, B, &b0, pred, &r2, &tss, true, f, 0, false);
     EXPECT_NEAR(tss, 20.0, 1e-12);
-    rewind(f);
-    char text[1024];
-    text[fread(text, 1, sizeof text - 1, f)] = '\0';
-    fclose(f);
-    EXPECT_STREQ(text,
+    EXPECT_EQ(Contents(f),
                  "\nRegression coefficients for each factor (rows), one model for each response variable (coluns):\n"
                  "Factor 1:\t2\t\n"
                  "\nIntersection (bo for each response variable):\n0.5\t\n"
                  "\nCoefficient of determination (r squared) for 1 response variables:\n1\t\n");
-    Free(4, {x, y, pred});
-    Free(1, {B});
+    fclose(f);
 }
 
 TEST(RegressionResiduals, SquareMatrixPairs)
@@ -103,8 +90,7 @@ TEST(RegressionResiduals, SquareMatrixPairs)
     const int n = 6;
     double** a = Noise(n, n, 3u);
     double** b = Noise(n, n, 4u);
-    double** res = dim2Double(n, n);
-    double** pred = dim2Double(n, n);
+    Mat res(n, n), pred(n, n);
     ResidualsMatrixRegression(n, a, b, res);
     double sum = 0;
     for (int i = 0; i < n; i++)
@@ -116,7 +102,7 @@ TEST(RegressionResiduals, SquareMatrixPairs)
     PredictedMatrixRegression(n, a, b, pred);
     for (int i = 0; i < n; i++)
         for (int j = i + 1; j < n; j++) EXPECT_NEAR(pred[i][j], b[i][j], 1e-5) << i << "," << j;
-    Free(n, {a, b, res, pred});
+    Free(n, {a, b});
 }
 
 TEST(RegressionPca, NumberOfComponentsLimitedBySampleSize)
@@ -124,10 +110,7 @@ TEST(RegressionPca, NumberOfComponentsLimitedBySampleSize)
     const int n = 10;
     double** x = Noise(n, 4, 77u);
     double** y = Noise(n, 2, 78u);
-    double** full = dim2Double(n, 2);
-    double** pca = dim2Double(n, 2);
-    double** two = dim2Double(n, 2);
-    double** one = dim2Double(n, 2);
+    Mat full(n, 2), pca(n, 2), two(n, 2), one(n, 2);
     // factor 1: L = 8, above the 4 axes: all components span the space of X
     Regression_ResidualsSelect(n, 2, 4, y, x, full, nullptr);
     PCA_Regression_ResidualsSelect(n, 2, 4, y, x, pca, nullptr, 2, 1.0);
@@ -147,5 +130,5 @@ TEST(RegressionPca, NumberOfComponentsLimitedBySampleSize)
     double mean = 0;
     for (int i = 0; i < n; i++) mean += y[i][0] / n;
     for (int i = 0; i < n; i++) EXPECT_NEAR(pca[i][0], y[i][0] - mean, 1e-12);
-    Free(n, {x, y, full, pca, two, one});
+    Free(n, {x, y});
 }

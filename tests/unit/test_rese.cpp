@@ -5,9 +5,9 @@
 #include <omp.h>
 
 #include "TarnLib/tarnlibRese.h"
-#include "tests/unit/test_reseHelpers.h"
+#include "tests/unit/test_util.h"
 
-using namespace testrese;
+using namespace testutil;
 
 namespace {
 
@@ -26,7 +26,7 @@ const double kComplete[] = {1.5, 2.25, -0.5, 4.0, 0.5, 3.25, 1.5, 2.0, 2.5, 1.0,
 
 TEST(ReseContinuous, DistancesOverCompletePairsBrayCurtisShiftAndChord)
 {
-    double** x = FromRows(3, 4, kMixed);
+    Mat x(3, 4, kMixed);
     double** d = Rese(3, 4, x, 3);
     EXPECT_NEAR(d[0][1], std::sqrt(10.0), 1e-12);
     EXPECT_NEAR(d[2][0], std::sqrt(10.25), 1e-12) << "missing descriptor must drop out, mirrored";
@@ -39,9 +39,9 @@ TEST(ReseContinuous, DistancesOverCompletePairsBrayCurtisShiftAndChord)
     EXPECT_NEAR(bc[0][2], 4.5 / 11.5, 1e-12);
     EXPECT_EQ(bc[1][1], 0.0);
     // zero rows: Bray-Curtis leaves the element; no complete pair: distance 0
-    double** z = dim2Double(3, 4);
+    Mat z(3, 4);
     for (int k = 0; k < 4; k++) z[2][k] = M;
-    double** out = dim2Double(3, 3);
+    Mat out(3, 3);
     out[0][1] = 0.375;
     BrayCurtisMV(3, 4, z, out);
     EXPECT_EQ(out[0][1], 0.375);
@@ -49,19 +49,18 @@ TEST(ReseContinuous, DistancesOverCompletePairsBrayCurtisShiftAndChord)
     EucliDistMV(3, 4, z, out);
     EXPECT_EQ(out[1][2], 0.0);
     // chord distance: rooted without -999, squared with one (rows 3, 4, -999 and 4, 3, 5.5)
-    const double full[] = {3.0, 4.0, M, 4.0, 3.0, 5.5};
-    double** y = FromRows(2, 3, full);
+    Mat y(2, 3, {3.0, 4.0, M, 4.0, 3.0, 5.5});
     double** gappy = Rese(2, 3, y, 18);
     double** chord = Rese(2, 2, y, 18);  // the first two columns only
     EXPECT_NEAR(gappy[0][1], 0.08, 1e-12);
     EXPECT_NEAR(chord[0][1], std::sqrt(0.08), 1e-12);
-    Free(3, {x, d, a, bc, z, out});
-    Free(2, {y, gappy, chord});
+    Free(3, {d, a, bc});
+    Free(2, {gappy, chord});
 }
 
 TEST(ReseContinuous, CorrelationsAndEigenMeasureAgreeWithDefinitions)
 {
-    double** x = FromRows(3, 4, kComplete);
+    Mat x(3, 4, kComplete);
     double** r = Rese(3, 4, x, 17);
     double** h = Rese(3, 4, x, 21);
     for (int i = 0; i < 3; i++)
@@ -71,14 +70,13 @@ TEST(ReseContinuous, CorrelationsAndEigenMeasureAgreeWithDefinitions)
             // smaller eigenvalue of [[1, r], [r, 1]] for two standardised rows
             EXPECT_NEAR(h[i][j], 1.0 - std::fabs(p), 1e-12) << "code 21 " << i << "," << j;
         }
-    Free(3, {x, r, h});
+    Free(3, {r, h});
 }
 
 TEST(ReseEntropyCodes, NominalVariablesAsRows)
 {
     // rows 0 and 1 identical, row 2 independent of both
-    const double states[] = {1, 1, 2, 2, 1, 1, 2, 2, 1, 2, 1, 2};
-    double** x = FromRows(3, 4, states);
+    Mat x(3, 4, {1, 1, 2, 2, 1, 1, 2, 2, 1, 2, 1, 2});
     struct Case { int code; double same, independent; };
     const Case cases[] = {{10, 4.0, 0.0}, {9, 1.0, 0.0}, {8, 0.0, 1.0},
                           {7, std::log(2.0), 0.0}, {6, 8.0 * std::log(2.0), 0.0}};
@@ -92,19 +90,16 @@ TEST(ReseEntropyCodes, NominalVariablesAsRows)
         Free(3, {out});
     }
     // code 4 on frequency rows of equal totals: 3 log(4/3)
-    const double freq[] = {2, 0, 3, 1, 1, 3};
-    double** f = FromRows(2, 3, freq);
+    Mat f(2, 3, {2, 0, 3, 1, 1, 3});
     double** mi = Rese(2, 3, f, 4);
     EXPECT_NEAR(mi[0][1], 3.0 * std::log(4.0 / 3.0), 1e-6);
-    Free(3, {x});
-    Free(2, {f, mi});
+    Free(2, {mi});
 }
 
 TEST(ReseBinary, CoefficientsFromJointCountsAndEmptyCases)
 {
     // rows 0 and 1: a = 1, b = 2, c = 1, d = 1 (the last descriptor is missing in row 0)
-    const double bin[] = {1, 1, 0, 1, 0, M, 1, 0, 1, 0, 0, 1, M, M, M, M, M, M, 0, 0, 0, 0, 0, 0};
-    double** x = FromRows(4, 6, bin);
+    Mat x(4, 6, {1, 1, 0, 1, 0, M, 1, 0, 1, 0, 0, 1, M, M, M, M, M, M, 0, 0, 0, 0, 0, 0});
     int a, b, c, d;
     JointFreq(6, x[0], x[1], &a, &b, &c, &d);
     EXPECT_EQ(a * 1000 + b * 100 + c * 10 + d, 1211);
@@ -127,21 +122,19 @@ TEST(ReseBinary, CoefficientsFromJointCountsAndEmptyCases)
         Free(4, {out});
     }
     const double any[] = {1, 2, 3, 1, 5, 3};  // simple matching needs no binary data
-    double** y = FromRows(2, 3, any);
+    Mat y(2, 3, any);
     double** sm = Rese(2, 3, y, 12);
     EXPECT_NEAR(sm[0][1], 2.0 / 3.0, 1e-15);
-    Free(4, {x});
-    Free(2, {y, sm});
+    Free(2, {sm});
 }
 
 TEST(ReseDispatcher, ColumnsAsObjectsUnknownCodeAndTranslation)
 {
-    double** x = FromRows(3, 4, kMixed);
-    double** xt = dim2Double(4, 3);
+    Mat x(3, 4, kMixed), xt(4, 3);
     for (int i = 0; i < 3; i++)
         for (int j = 0; j < 4; j++) xt[j][i] = x[i][j];
     double** byRows = Rese(3, 4, x, 3);
-    double** byCols = dim2Double(3, 3);
+    Mat byCols(3, 3);
     ResemblanceLib(4, 3, xt, byCols, 2, 3, 0, nullptr, 0.0, 0.0, 0, false);
     for (int i = 0; i < 3; i++)
         for (int j = 0; j < 4; j++) {
@@ -158,24 +151,20 @@ TEST(ReseDispatcher, ColumnsAsObjectsUnknownCodeAndTranslation)
     for (int option = 0; option <= 11; option++)
         EXPECT_EQ(TranslateReseOpt_KOLVEN_DARVOL(option), expected[option]) << option;
     // dialogue options: 9 absolute values, 10 chord, 3 nothing
-    const double v[] = {3.0, 4.0, 4.0, 3.0};
-    double** y = FromRows(2, 2, v);
+    Mat y(2, 2, {3.0, 4.0, 4.0, 3.0});
     NominalReseNonHier(2, 2, y, byCols, 9);
     EXPECT_NEAR(byCols[0][1], 2.0, 1e-12);
     NominalReseNonHier(2, 2, y, byCols, 10);
     EXPECT_NEAR(byCols[0][1], std::sqrt(0.08), 1e-12);
     NominalReseNonHier(2, 2, y, byCols, 3);
     EXPECT_NEAR(byCols[0][1], std::sqrt(0.08), 1e-12);
-    Free(3, {x, byRows, byCols});
-    Free(4, {xt});
-    Free(2, {y});
+    Free(3, {byRows});
 }
 
 TEST(ReseConversions, GowerCentringGivesCentredCoordinateProducts)
 {
     const double pos[] = {0.0, 1.5, 4.0}, mean = 5.5 / 3.0;  // points on a line
-    double** d = dim2Double(3, 3);
-    double** b = dim2Double(3, 3);
+    Mat d(3, 3), b(3, 3);
     for (int i = 0; i < 9; i++) d[i / 3][i % 3] = std::fabs(pos[i / 3] - pos[i % 3]);
     DissToCenterProdMatrix(3, d, b, false);
     for (int i = 0; i < 3; i++)
@@ -185,7 +174,7 @@ TEST(ReseConversions, GowerCentringGivesCentredCoordinateProducts)
     ProdToSqDist(3, b, d);
     EXPECT_NEAR(d[0][2], 16.0, 1e-12);
     // in place: a correlation of 0.375 is a squared distance of 1.25
-    double** c = dim2Double(2, 2);
+    Mat c(2, 2);
     c[0][0] = c[1][1] = 1.0;
     c[0][1] = c[1][0] = 0.375;
     CorrToSqDist(2, c, c);
@@ -195,8 +184,6 @@ TEST(ReseConversions, GowerCentringGivesCentredCoordinateProducts)
     ProbToDissim(2, c, c);
     EXPECT_NEAR(c[0][1], -0.25, 1e-14);
     EXPECT_EQ(c[1][1], 1.0);
-    Free(3, {d, b});
-    Free(2, {c});
 }
 
 TEST(ReseParallel, EuclideanDistancesSameWithOneAndTwoThreads)

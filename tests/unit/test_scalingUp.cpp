@@ -111,14 +111,7 @@ void FreeSmallSession() {
 std::string RunReport() {
   remove(whichPrinda);
   PFTs_ScalingUp();
-  std::string text;
-  FILE* f = fopen(whichPrinda, "r");
-  if (f == nullptr) return text;
-  char buffer[4096];
-  size_t n;
-  while ((n = fread(buffer, 1, sizeof buffer, f)) > 0) text.append(buffer, n);
-  fclose(f);
-  return text;
+  return testutil::FileText(whichPrinda);
 }
 
 // The numbers of the `count` lines after the line that holds `heading`.
@@ -155,49 +148,9 @@ void ExpectNear(const std::vector<double>& got, const std::vector<double>& want,
     EXPECT_NEAR(got[i], want[i], 2e-5 * (1 + fabs(want[i]))) << what << " value " << i;
 }
 
-const char* kDTHead = "Resemblance matrix (DT) between communities based on selected traits:\n";
 const char* kRTE = "Convergence (TCAP): r(TE)=\t";
 
 }  // namespace
-
-TEST(ScalingUpRun, CrispTypesOnThreeCommunities) {
-  SetSmallSession(3);
-  std::string r = RunReport();
-  ExpectNear(NumbersAfter(r, "trait averages at community level (3 communities x 2 traits):", 3),
-             {2.125, 22.5, 2.875, 27.5, 3.1, 26}, "T");
-  ExpectNear(NumbersAfter(r, "adjusted to unit length):", 3),
-             {0.449076, 0.511034, 0.607573, 0.624597, 0.655123, 0.590528}, "normalised T");
-  ExpectNear(NumbersAfter(r, kDTHead, 3), {0, 0.194982, 0, 0.22085, 0.0584946, 0}, "DT");
-  ExpectNear(NumbersAfter(r, "based on ecological variables:\n", 3), {0, 1.2, 0, 2.7, 1.5, 0}, "DE");
-  EXPECT_NEAR(ValueAfter(r, kRTE), 0.463809, 1e-5);
-  EXPECT_EQ(ValueAfter(r, "r(XE)=\t"), 0.0) << "only the test computes r(XE)";
-  ExpectNear(NumbersAfter(r, "with null, crisp, similarities):", 1), {0.625, 0.375, 0.64}, "D");
-  ExpectNear(NumbersAfter(r, "between OTUs (Rf):", 1), {0.470731, 0.256174, 0.507443}, "Rf");
-  ExpectNear(NumbersAfter(r, "(FR = D-Rf):", 1), {0.625 - 0.470731, 0.375 - 0.256174, 0.64 - 0.507443},
-             "FR");
-  ExpectNear(NumbersAfter(r, "\nNumber of OTUs in each type:\n", 1), {2, 2}, "type sizes");
-  ExpectNear(NumbersAfter(r, "Average trait matrix (2 types x 2 traits):", 2), {2.0, 20, 3.5, 30},
-             "average traits");
-  ExpectNear(NumbersAfter(r, "Pooled performance matrix X (3 communities x 2 crisp types):", 3),
-             {3, 1, 3, 1, 1, 4}, "Xcrisp");
-  EXPECT_NE(r.find("\nNumber of crisp types:\t2\nTraits:\tt1\tt2\t\nNumber of OTUs in each type:\t2\t2\t\n"),
-            std::string::npos);
-  FreeSmallSession();
-}
-
-TEST(ScalingUpRun, FuzzyTypesAndTheSimilarityBetweenOTUs) {
-  SetSmallSession(3);
-  fuzzy = 3;
-  std::string r = RunReport();
-  ExpectNear(NumbersAfter(r, "(matrix U) of 4 OTUs (rows) in 2 types (columns):", 4),
-             {0.733333, 0.266667, 0.536585, 0.463415, 0.371429, 0.628571, 0.388889, 0.611111}, "U");
-  ExpectNear(NumbersAfter(r, "after fuzzy-weighting by the selected traits.\nTraits:\tt1\tt2\t", 3),
-             {2.39214, 1.60786, 1.98118, 2.01882, 2.25397, 2.74603}, "X");
-  ExpectNear(NumbersAfter(r, "Similarity matrix between 4 OTUs, based on 2 traits:", 4),
-             {1, 0.466667, 1, 0.333333, 0.533333, 1, 0.2, 0.733333, 0.466667, 1}, "S lower half");
-  EXPECT_NE(r.find("\nNumber of fuzzy types:\t2\n"), std::string::npos);
-  FreeSmallSession();
-}
 
 TEST(ScalingUpRun, SelectedTraitsAndOTUsWithAndWithoutRestrictedRao) {
   SetSmallSession(3);

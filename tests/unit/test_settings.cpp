@@ -12,6 +12,7 @@
 #include "shell/console.h"
 #include "shell/shell.h"
 #include "shell/track.h"
+#include "tests/unit/session_test_util.h"
 
 namespace {
 
@@ -48,18 +49,7 @@ class SettingsDialogue : public ::testing::Test {
     fclose(out);
     in = savedIn;
     out = savedOut;
-    free1D(partition_OTUs);
-    free1D(weight_OTUs);
-    free1D(weight);
-    free1D(nchor);
-    free1D(nGrPoly);
-    free1D(traitGroups);
-    free2D(chLabel, nch);
-    free2D(reLabel, ncsm);
-    // Emptied so that a later test's release does not free them again.
-    partition_OTUs = weight_OTUs = nchor = nGrPoly = traitGroups = nullptr;
-    weight = nullptr;
-    chLabel = reLabel = nullptr;
+    sessiontest::FreeSessionState();  // frees and empties the session arrays
     free1D(nestingMembershipOTUs);
     nestingMembershipOTUs = nullptr;
     free1D(partition_OTUs_Phyl);
@@ -67,10 +57,7 @@ class SettingsDialogue : public ::testing::Test {
   }
   // The answers that the dialogue reads from its answer source.
   void Answers(const char* text) {
-    answers = tmpfile();
-    fputs(text, answers);
-    rewind(answers);
-    in = answers;
+    in = answers = testutil::StreamOf(text);
   }
   FILE* savedIn;
   FILE* savedOut;
@@ -124,8 +111,6 @@ TEST_F(SettingsDialogue, TypesFromTheSpeciesList) {
   // No group-source question follows the y.
   Answers("y\n 0\n n\n 2\n 1\n 1\n n\n n\n");
   SettingsHierarchy();
-  free2D(cstSppMap, tcst);
-  cstSppMap = nullptr;
   EXPECT_TRUE(OTUsTypesAreSpecies);
   const int expected[5] = {1, 3, 17, 2, 2};
   for (int i = 0; i < 5; i++) EXPECT_EQ(expected[i], partition_OTUs[i]) << "OTU " << i + 1;

@@ -8,26 +8,11 @@
 #include <unistd.h>
 
 #include "shell/console.h"
+#include "tests/unit/test_util.h"
+
+using namespace testutil;
 
 namespace {
-
-// A stream holding `text`, read from the start.
-FILE* StreamOf(const std::string& text) {
-  FILE* fp = tmpfile();
-  fputs(text.c_str(), fp);
-  rewind(fp);
-  return fp;
-}
-
-// Everything written to `fp` so far.
-std::string Contents(FILE* fp) {
-  fflush(fp);
-  rewind(fp);
-  std::string s;
-  int c;
-  while ((c = fgetc(fp)) != EOF) s += (char)c;
-  return s;
-}
 
 // Answers come from a prepared stream; echoes, when wanted, go to a file.
 class ShellConsole : public ::testing::Test {

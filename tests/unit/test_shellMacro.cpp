@@ -9,18 +9,11 @@
 #include "shell/console.h"
 #include "shell/macro.h"
 #include "shell/shell.h"
+#include "tests/unit/test_util.h"
+
+using namespace testutil;
 
 namespace {
-
-std::string FileText(const char* name) {
-  std::string s;
-  FILE* fp = fopen(name, "r");
-  if (fp == nullptr) return "<missing>";
-  int c;
-  while ((c = fgetc(fp)) != EOF) s += (char)c;
-  fclose(fp);
-  return s;
-}
 
 class ShellMacro : public ::testing::Test {
  protected:
@@ -32,10 +25,7 @@ class ShellMacro : public ::testing::Test {
   // The next answers of the dialogue.
   void Answer(const char* text) {
     if (answers != nullptr) fclose(answers);
-    answers = tmpfile();
-    fputs(text, answers);
-    rewind(answers);
-    in = answers;
+    in = answers = StreamOf(text);
   }
   void SetUp() override {
     ASSERT_NE(getcwd(home, sizeof home), nullptr);

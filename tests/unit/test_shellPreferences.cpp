@@ -10,6 +10,9 @@
 #include "shell/console.h"
 #include "shell/preferences.h"
 #include "shell/shell.h"
+#include "tests/unit/test_util.h"
+
+using namespace testutil;
 
 namespace {
 
@@ -40,15 +43,6 @@ class ShellPreferences : public ::testing::Test {
     fputs(text.c_str(), fp);
     fclose(fp);
   }
-  std::string ReadFile() {
-    std::string s;
-    FILE* fp = fopen("KOLVEN.prf", "r");
-    if (fp == nullptr) return s;
-    int c;
-    while ((c = fgetc(fp)) != EOF) s += (char)c;
-    fclose(fp);
-    return s;
-  }
 };
 
 const char* kValidFile =
@@ -69,7 +63,7 @@ TEST_F(ShellPreferences, ValidFileIsReadItemByItem) {
   WritePreferences();
   std::string expected = kValidFile;
   expected.replace(expected.find("2.385\n1\n3\n"), 10, "2.385\n0\n3\n");
-  std::string written = ReadFile();
+  std::string written = FileText("KOLVEN.prf");
   EXPECT_EQ(written.substr(0, written.size() - 25), expected.substr(0, expected.size() - 25));
 }
 
@@ -92,19 +86,3 @@ TEST_F(ShellPreferences, WrongLetterInAYesNoItemIsSkipped) {
   EXPECT_EQ(profilePointSize, 5);
 }
 
-TEST_F(ShellPreferences, DialogueSetsAndSavesOnLeaving) {
-  FILE* answers = tmpfile();
-  fputs("f 0 y g n r n y b n o 0.5 4.25 t n m 3 c", answers);
-  rewind(answers);
-  FILE* prompts = tmpfile();
-  in = answers;
-  out = prompts;
-  SetPreferences();
-  fclose(answers);
-  fclose(prompts);
-  // Items 13 to 25: zero digits ask for the default 6; 0.5 is below the
-  // interval of the PCA factor, so 4.25 is taken; the Mantel flag is set off.
-  EXPECT_NE(ReadFile().find("\n6\n2147483647\n6\nn\ny\nn\n0\n0\n1\n0\n4.25\n0\n3\n"),
-            std::string::npos)
-      << ReadFile();
-}

@@ -7,28 +7,24 @@
 #include "TarnLib/tarnlibDim.h"
 #include "scaling/similarity.h"
 #include "shell/preferences.h"
+#include "tests/unit/test_util.h"
+
+using namespace testutil;
 
 namespace {
 
-const double MV = -999.0;
-
-double** Mat(int rows, int cols, const double* v) {
-  double** m = dim2Double(rows, cols);
-  for (int i = 0; i < rows; i++)
-    for (int j = 0; j < cols; j++) m[i][j] = v[i * cols + j];
-  return m;
-}
+const double MV = M;
 
 // Symmetric matrix with unit diagonal from its strict upper triangle, row by row.
-double** SymFromUpper(int n, const double* upper) {
-  double** s = dim2Double(n, n);
-  int k = 0;
-  for (int i = 0; i < n; i++) {
-    s[i][i] = 1.0;
-    for (int j = i + 1; j < n; j++) s[i][j] = s[j][i] = upper[k++];
+struct Sym : Mat {
+  Sym(int n, std::initializer_list<double> upper) : Mat(n, n) {
+    auto v = upper.begin();
+    for (int i = 0; i < n; i++) {
+      p[i][i] = 1.0;
+      for (int j = i + 1; j < n; j++) p[i][j] = p[j][i] = *v++;
+    }
   }
-  return s;
-}
+};
 
 void ExpectRowsSumToOne(int n, int g, double** U, const char* what) {
   for (int i = 0; i < n; i++) {
@@ -45,8 +41,7 @@ int mixedTypes[] = {1, 2, 3, 4};
 } // namespace
 
 TEST(SimilarityGower, MixedTypesAndDoubleAbsences) {
-  double** data = Mat(3, 4, mixed);
-  double** S = dim2Double(3, 3);
+  Mat data(3, 4, mixed), S(3, 3);
   GowerMVOpt(3, 4, mixedTypes, data, S, nullptr, nullptr, 0);
   EXPECT_NEAR(S[0][1], 1.0 / 3.0, 1e-12);
   EXPECT_NEAR(S[0][2], 0.5 / 4.0, 1e-6) << "quantitative range stored as a float";
@@ -62,22 +57,17 @@ TEST(SimilarityGower, MixedTypesAndDoubleAbsences) {
   float w[] = {2.5f, 1.0f, 0.5f, 1.75f};
   GowerMVOpt(3, 4, mixedTypes, data, S, nullptr, w, 1);
   EXPECT_NEAR(S[0][1], 1.0 / 5.25, 1e-7) << "weighted";
-  free2D(data, 3);
-  free2D(S, 3);
 }
 
 TEST(SimilarityGower, RangeStartValues) {
-  const double neg[] = {-3, -5, -4};
-  double** data = Mat(3, 1, neg);
-  double** S = dim2Double(3, 3);
+  Mat data(3, 1, {-3, -5, -4}), S(3, 3);
   int quant[] = {3};
   // The running maximum starts at a tiny positive number: the range is 5, not 2.
   GowerMVOpt(3, 1, quant, data, S, nullptr, nullptr, 0);
   EXPECT_NEAR(S[0][1], 0.6, 1e-7);
   GowerMV(3, 1, quant, data, S, nullptr, nullptr);
   EXPECT_NEAR(S[0][1], 0.6, 1e-7);
-  const double flat[] = {2.385, 2.385, 2.385};
-  double** same = Mat(3, 1, flat);
+  Mat same(3, 1, {2.385, 2.385, 2.385});
   GowerMVOpt(3, 1, quant, same, S, nullptr, nullptr, 0);
   EXPECT_EQ(S[0][2], 1.0) << "a constant trait gives full similarity";
   float given[] = {10.0f};
@@ -85,15 +75,12 @@ TEST(SimilarityGower, RangeStartValues) {
   EXPECT_NEAR(S[0][1], 0.8, 1e-7) << "GowerMV uses a range it is given";
   GowerMVOpt(3, 1, quant, data, S, given, nullptr, 0);
   EXPECT_NEAR(S[0][1], 0.6, 1e-7) << "GowerMVOpt always computes its ranges";
-  free2D(data, 3);
-  free2D(same, 3);
-  free2D(S, 3);
 }
 
 TEST(SimilarityGower, PlainFloatAndTextMembers) {
   float rows[2][2] = {{1.0f, 4.0f}, {0.0f, 6.0f}}, zeros[2][1] = {{0.0f}, {0.0f}};
   float *data[] = {rows[0], rows[1]}, *zd[] = {zeros[0], zeros[1]};
-  float** Sf = dim2Dfloat(2, 2);
+  MatrixOf<float> Sf(2, 2);
   int types[] = {1, 3}, bin[] = {1}, nom[] = {2, 2, 2};
   Gower(2, 2, types, data, Sf, nullptr, nullptr);
   EXPECT_NEAR(Sf[0][1], 0.0, 1e-6) << "binary mismatch, quantitative at full range";
@@ -102,15 +89,13 @@ TEST(SimilarityGower, PlainFloatAndTextMembers) {
   EXPECT_EQ(Sf[1][0], 0.375f) << "double absences never match: empty denominator keeps the old value";
   char row0[] = " 1 2 3", row1[] = " 1 5 3";
   char* text[] = {row0, row1};
-  double** S = dim2Double(2, 2);
+  Mat S(2, 2);
   gower_similarity(2, 3, nom, text, S, nullptr, nullptr, 0);
   EXPECT_NEAR(S[0][1], 2.0 / 3.0, 1e-12) << "two characters a value";
-  free2D(Sf, 2);
-  free2D(S, 2);
 }
 
 TEST(SimilarityPartial, PerTraitValuesAndMissingMarks) {
-  double** S = dim2Double(3, 3);
+  Mat S(3, 3);
   double bin[] = {0, 0, 1};
   GowerMVPartial_dAbsences(3, 1, bin, S, 0, 2.5, 0);
   EXPECT_EQ(S[0][1], MV) << "double absence under opt 0";
@@ -128,21 +113,20 @@ TEST(SimilarityPartial, PerTraitValuesAndMissingMarks) {
   EXPECT_EQ(S[0][2], MV) << "weight 0 says nothing";
   GowerMVPartial_dAbsences(3, 3, q, S, 3.2, 0.7, 0);
   EXPECT_EQ(S[0][2], (double)(float)(0.7 * 0.5)) << "given range, value through a float";
-  free2D(S, 3);
 }
 
 TEST(SimilarityPartial, CubeAverageMatchesDirectGower) {
   // Averaging the cube over all traits with their weights gives the direct
   // weighted Gower similarity, and the source data stay as they were.
   countDoubleAbsence = 0;
-  double** data = Mat(3, 4, mixed);
+  Mat data(3, 4, mixed);
   double*** cube = dim3Double(3, 3, 4);
   double ranges[] = {0, 0, 0, 0}, weights[] = {2.5, 1.0, 0.5, 1.75};
   gower_similarityPartial(4, data, 3, cube, mixedTypes, ranges, weights);
   EXPECT_EQ(data[1][3], 30.0) << "source untouched";
-  double** S = dim2Double(3, 3);
+  Mat S(3, 3);
   gower_similarityAverage(4, 3, cube, S, weights);
-  double** direct = dim2Double(3, 3);
+  Mat direct(3, 3);
   float fw[] = {2.5f, 1.0f, 0.5f, 1.75f};
   GowerMVOpt(3, 4, mixedTypes, data, direct, nullptr, fw, 0);
   for (int i = 0; i < 3; i++)
@@ -163,15 +147,11 @@ TEST(SimilarityPartial, CubeAverageMatchesDirectGower) {
   gower_similarityAverage(0, 3, cube, S, weights);
   EXPECT_EQ(S[0][2], MV) << "no trait";
   free3D(cube, 3, 3);
-  free2D(data, 3);
-  free2D(S, 3);
-  free2D(direct, 3);
 }
 
 TEST(SimilarityBelonging, FuzzyBelongingByHand) {
-  const double up[] = {0.4, 0.7, 0.2};
-  double** S = SymFromUpper(3, up);
-  double** U = dim2Double(3, 2);
+  Sym S(3, {0.4, 0.7, 0.2});
+  Mat U(3, 2);
   int part[] = {5, 5, 8};
   EXPECT_TRUE(FuzzyBelonging(3, 2, S, part, U, false));
   EXPECT_NEAR(U[0][0], 0.5, 1e-12);
@@ -183,14 +163,11 @@ TEST(SimilarityBelonging, FuzzyBelongingByHand) {
   FuzzyBelonging(3, 2, S, part, U, true);
   EXPECT_NEAR(U[0][0], (1.0 / 2 + 0.6 / 2) / (0.8 + 0.3), 1e-12);
   ExpectRowsSumToOne(3, 2, U, "dissimilarities");
-  free2D(S, 3);
-  free2D(U, 3);
 }
 
 TEST(SimilarityBelonging, IdenticalObjectsInOneGroupAndInTwo) {
-  const double up[] = {1.0, 0.6, 0.6};
-  double** S = SymFromUpper(3, up);
-  double** U = dim2Double(3, 2);
+  Sym S(3, {1.0, 0.6, 0.6});
+  Mat U(3, 2);
   int oneGroup[] = {1, 1, 2};
   FuzzyBelonging(3, 2, S, oneGroup, U, false);
   // The pair counts once in its group's size; each still counts with itself.
@@ -206,13 +183,10 @@ TEST(SimilarityBelonging, IdenticalObjectsInOneGroupAndInTwo) {
   int single[] = {3};
   FuzzyBelonging(1, 1, &S1, single, &U1, false);
   EXPECT_EQ(u1, 1.0) << "n = 1";
-  double** own = dim2Double(3, 3);
+  Mat own(3, 3);
   FuzzyBelonging(3, 3, S, nullptr, own, false);
   ExpectRowsSumToOne(3, 3, own, "each object its own group");
   EXPECT_NEAR(own[0][0], 1.0 / 2.6, 1e-12);
-  free2D(own, 3);
-  free2D(S, 3);
-  free2D(U, 3);
 }
 
 TEST(SimilarityBelonging, FlagsDoNotDependOnThreads) {
@@ -220,14 +194,14 @@ TEST(SimilarityBelonging, FlagsDoNotDependOnThreads) {
   // In index order object 2 flags 3, and 4 stays: a thread starting at row 3
   // must not flag 4 first.
   const int n = 6;
-  double** S = dim2Double(n, n);
+  Mat S(n, n);
   for (int i = 0; i < n; i++)
     for (int j = 0; j < n; j++) S[i][j] = i == j ? 1.0 : 0.5;
   S[2][3] = 1.0;
   S[3][4] = 1.0;
   S[2][4] = 0.9;
   int part[] = {1, 1, 1, 1, 1, 2};
-  double** U = dim2Double(n, 2);
+  Mat U(n, 2);
   int saved = omp_get_max_threads();
   for (int threads = 1; threads <= 3; threads++) {
     omp_set_num_threads(threads);
@@ -241,19 +215,16 @@ TEST(SimilarityBelonging, FlagsDoNotDependOnThreads) {
     ExpectRowsSumToOne(n, 2, U, "thread test");
   }
   omp_set_num_threads(saved);
-  free2D(S, n);
-  free2D(U, n);
 }
 
 TEST(SimilarityPartitions, CrispIdenticalsAndTrimming) {
-  double** C = dim2Double(3, 2);
+  Mat C(3, 2);
   int part[] = {7, 3, 7};
   EXPECT_TRUE(CrispBelonging(3, 2, part, C));
   EXPECT_EQ(C[0][1] + C[1][0] + C[2][1], 3.0) << "groups in the order of the sorted labels";
   EXPECT_EQ(C[0][0] + C[1][1] + C[2][0], 0.0);
 
-  const double up[] = {0.3, 1.0, 0.2, 0.4, 0.6, 1.0};
-  double** S = SymFromUpper(4, up);
+  Sym S(4, {0.3, 1.0, 0.2, 0.4, 0.6, 1.0});
   int labels[4], g;
   ClusterIdenticals(4, S, labels, &g, false);
   ASSERT_EQ(g, 2);
@@ -267,31 +238,24 @@ TEST(SimilarityPartitions, CrispIdenticalsAndTrimming) {
   EXPECT_EQ(labels[3], 2) << "as dissimilarities, 0 joins objects 2 and 4";
 
   int groups[] = {1, 2, 1, 3};
-  double** T = dim2Double(3, 3);
+  Mat T(3, 3);
   TrimRese(4, 3, groups, S, T);
   EXPECT_EQ(T[0][2], 0.2) << "objects 1 and 4 stand for groups 1 and 3";
   EXPECT_EQ(T[0][1], 0.3);
   EXPECT_EQ(T[1][0], 0.0) << "upper triangle only";
-  free2D(C, 3);
-  free2D(S, 4);
-  free2D(T, 3);
 }
 
 TEST(SimilarityPartitions, NearestNeighbourDistanceBetweenGroups) {
-  const double up[] = {0.3, 0.9, 0.4, 0.7, 0.8, 0.2};
-  double** D = SymFromUpper(4, up);
+  Sym D(4, {0.3, 0.9, 0.4, 0.7, 0.8, 0.2});
   int group[] = {1, 1, 2, 2}, all[] = {1, 1, 1, 1}, some[] = {1, 1, 1, 0};
   EXPECT_NEAR(NearNeighDist(4, D, group, all), 2.2 / 4, 1e-12);
   EXPECT_NEAR(NearNeighDist(4, D, group, some), 2.3 / 3, 1e-12);
   int oneGroup[] = {1, 1, 1, 1};
   EXPECT_TRUE(std::isnan(NearNeighDist(4, D, oneGroup, all)));
-  free2D(D, 4);
 }
 
 TEST(SimilarityOther, LegendreChodorowski) {
-  const double v[] = {3, 0.5, 1.5, 2, 4, 1.5};
-  double** data = Mat(2, 3, v);
-  double** S = dim2Double(2, 2);
+  Mat data(2, 3, {3, 0.5, 1.5, 2, 4, 1.5}), S(2, 2);
   LegendreChodorowski(2, 2, data, S, nullptr, 2.0);
   EXPECT_NEAR(S[0][1], 0.25, 1e-7);
   // The third variable is identical, but a weight of 0 stops the loop before it.
@@ -301,6 +265,4 @@ TEST(SimilarityOther, LegendreChodorowski) {
   float k[] = {2.0f, 5.0f};
   LegendreChodorowski(2, 2, data, S, nullptr, k);
   EXPECT_NEAR(S[1][0], (0.5 + 5.0 / 29.5) / 2.0, 1e-7) << "parameter per variable";
-  free2D(data, 2);
-  free2D(S, 2);
 }

@@ -6,6 +6,9 @@
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibRandom.h"
 #include "scaling/smoothing.h"
+#include "tests/unit/test_util.h"
+
+using namespace testutil;
 
 namespace {
 
@@ -36,35 +39,10 @@ const double kWithout[3][kRows][kCols] = {
     {{0.272727, 0.451299, 0.714286, 0.178571}, {0.657143, 0.52381, 0.425397, 0.521429}, {0.381818, 0.727273, 0.4, 0.2}},
     {{0.142857, 0.299407, 0.348837, 0.0223214}, {0.155102, 0.84058, 0.382281, 0.0558036}, {0.139683, 0.363636, 0.457143, 0.0208333}}};
 
-double** Make(int rows, int cols, const double* values) {
-  double** m = dim2Double(rows, cols);
-  for (int i = 0; i < rows; i++)
-    for (int j = 0; j < cols; j++) m[i][j] = values[i * cols + j];
-  return m;
-}
-
-void ExpectMatrix(int rows, int cols, const double* expected, double** actual, double tol,
-                  const char* what) {
-  for (int i = 0; i < rows; i++)
-    for (int j = 0; j < cols; j++)
-      EXPECT_NEAR(expected[i * cols + j], actual[i][j], tol) << what << " [" << i << "][" << j << "]";
-}
 
 class SmoothingHandChecked : public ::testing::Test {
  protected:
-  void SetUp() override {
-    W = Make(kRows, kCols, &kW[0][0]);
-    M = dim2Double(kCols, kCols);
-    out = dim2Double(kRows, kCols);
-  }
-  void TearDown() override {
-    free2D(W, kRows);
-    free2D(M, kCols);
-    free2D(out, kRows);
-  }
-  double** W;
-  double** M;
-  double** out;
+  Mat W{kRows, kCols, &kW[0][0]}, M{kCols, kCols}, out{kRows, kCols};
 };
 
 }  // namespace
@@ -72,7 +50,7 @@ class SmoothingHandChecked : public ::testing::Test {
 TEST_F(SmoothingHandChecked, ConditionalProbInEveryMode) {
   for (int mode = 0; mode < 3; mode++) {
     ConditionalProb(kRows, kCols, W, M, mode);
-    ExpectMatrix(kCols, kCols, &kM[mode][0][0], M, 1e-12, mode == 0 ? "mode 0" : mode == 1 ? "mode 1" : "mode 2");
+    ExpectMatrix(M, kCols, kCols, &kM[mode][0][0], 1e-12, mode == 0 ? "mode 0" : mode == 1 ? "mode 1" : "mode 2");
   }
   // Another mode only normalises what M holds: divide by the diagonal, then 1.
   const double held[4][4] = {{2, 1, 0.5, 3}, {0, 0, 7, 1}, {4, 4, 8, 2}, {1, 1, 1, -1}};
@@ -80,20 +58,20 @@ TEST_F(SmoothingHandChecked, ConditionalProbInEveryMode) {
   for (int i = 0; i < 4; i++)
     for (int j = 0; j < 4; j++) M[i][j] = held[i][j];
   ConditionalProb(kRows, kCols, W, M, 7);
-  ExpectMatrix(kCols, kCols, &normalised[0][0], M, 1e-12, "mode 7");
+  ExpectMatrix(M, kCols, kCols, &normalised[0][0], 1e-12, "mode 7");
 }
 
 TEST_F(SmoothingHandChecked, WholeMatrixFormWithAndWithoutTarget) {
   for (int mode = 0; mode < 3; mode++) {
     BealsSmoothing(kRows, kCols, W, W, out, true, mode);
-    ExpectMatrix(kRows, kCols, &kWith[mode][0][0], out, 1e-6, "with target");
+    ExpectMatrix(out, kRows, kCols, &kWith[mode][0][0], 1e-6, "with target");
     BealsSmoothing(kRows, kCols, W, W, out, false, mode);
-    ExpectMatrix(kRows, kCols, &kWithout[mode][0][0], out, 1e-6, "without target");
+    ExpectMatrix(out, kRows, kCols, &kWithout[mode][0][0], 1e-6, "without target");
   }
 }
 
 TEST_F(SmoothingHandChecked, RenewingTheTargetEqualsRecomputing) {
-  double** fresh = dim2Double(kCols, kCols);
+  Mat fresh(kCols, kCols);
   const double newColumn[kRows] = {0.75, 0, 3.25};
   for (int mode = 0; mode < 3; mode++) {
     for (int zeroDiagonal = 0; zeroDiagonal < 2; zeroDiagonal++) {
@@ -107,7 +85,7 @@ TEST_F(SmoothingHandChecked, RenewingTheTargetEqualsRecomputing) {
             for (int j = 0; j < kCols; j++) M[k][j] /= s;
           }
       }
-      double** Wnew = Make(kRows, kCols, &kW[0][0]);
+      Mat Wnew(kRows, kCols, &kW[0][0]);
       for (int r = 0; r < kRows; r++) Wnew[r][1] = newColumn[r];
       ConditionalProb(1, kRows, kCols, Wnew, M, mode);
       ConditionalProb(kRows, kCols, Wnew, fresh, mode);
@@ -117,25 +95,23 @@ TEST_F(SmoothingHandChecked, RenewingTheTargetEqualsRecomputing) {
           EXPECT_NEAR(fresh[i][j], M[i][j], 1e-12)
               << "mode " << mode << " zeroDiagonal " << zeroDiagonal << " [" << i << "][" << j << "]";
         }
-      free2D(Wnew, kRows);
     }
   }
-  free2D(fresh, kCols);
 }
 
 TEST_F(SmoothingHandChecked, PerTargetFormsMatchTheWholeForm) {
-  double** whole = dim2Double(kRows, kCols);
+  Mat whole(kRows, kCols);
   for (int mode = 0; mode < 3; mode++) {
     BealsSmoothing(kRows, kCols, W, W, out, false, 2, M, true, mode);
-    ExpectMatrix(kRows, kCols, &kWith[mode][0][0], out, 1e-6, "full per-target form");
-    ExpectMatrix(kCols, kCols, &kM[mode][0][0], M, 1e-12, "conditional matrix handed back");
+    ExpectMatrix(out, kRows, kCols, &kWith[mode][0][0], 1e-6, "full per-target form");
+    ExpectMatrix(M, kCols, kCols, &kM[mode][0][0], 1e-12, "conditional matrix handed back");
   }
   for (int mode = 0; mode < 2; mode++) {  // mode 2 renormalises instead of m / (1 - m)
     BealsSmoothing(kRows, kCols, W, W, out, false, 1, nullptr, false, mode);
-    ExpectMatrix(kRows, kCols, &kWithout[mode][0][0], out, 1e-6, "full form without target");
+    ExpectMatrix(out, kRows, kCols, &kWithout[mode][0][0], 1e-6, "full form without target");
   }
   // Partial: shares stay those of W; only the conditional data of OTU 3 change.
-  double** Wnew = Make(kRows, kCols, &kW[0][0]);
+  Mat Wnew(kRows, kCols, &kW[0][0]);
   Wnew[0][3] = 1.75;
   Wnew[1][3] = 0;
   for (int mode = 0; mode < 2; mode++) {
@@ -146,15 +122,12 @@ TEST_F(SmoothingHandChecked, PerTargetFormsMatchTheWholeForm) {
       for (int j = 0; j < kCols; j++)
         EXPECT_NEAR(whole[i][j], out[i][j], 1e-12) << "mode " << mode << " [" << i << "][" << j << "]";
   }
-  free2D(whole, kRows);
-  free2D(Wnew, kRows);
 }
 
 TEST(SmoothingEdges, MissingValuesAbsentOTUsAndLoneOTUs) {
   // OTU 3 is missing where it was present and absent elsewhere: no pair counts.
   const double w[3][4] = {{2.5, 0, 1.5, 0}, {1.0, 3.0, 0, -999}, {0, 2.0, 4.0, 0}};
-  double** W = Make(3, 4, &w[0][0]);
-  double** M = dim2Double(4, 4);
+  Mat W(3, 4, &w[0][0]), M(4, 4);
   for (int mode = 0; mode < 2; mode++) {
     ConditionalProb(3, 4, W, M, mode);
     EXPECT_EQ(1.0, M[3][3]);
@@ -162,19 +135,14 @@ TEST(SmoothingEdges, MissingValuesAbsentOTUsAndLoneOTUs) {
   }
   ConditionalProb(3, 4, W, M, 0);
   EXPECT_NEAR(0.5, M[1][0], 1e-12);  // OTUs 0 and 1 still meet in community 1
-  free2D(M, 4);
-  free2D(W, 3);
 
   // OTU 0 alone in community 1: the whole form writes 0, the per-target form divides by 0.
   const double lone[3][3] = {{1.25, 0.5, 0}, {3.0, 0, 0}, {0.5, 2.0, 1.5}};
-  W = Make(3, 3, &lone[0][0]);
-  double** out = dim2Double(3, 3);
-  BealsSmoothing(3, 3, W, W, out, false, 1);
+  Mat L(3, 3, &lone[0][0]), out(3, 3);
+  BealsSmoothing(3, 3, L, L, out, false, 1);
   EXPECT_EQ(0.0, out[1][0]);
-  BealsSmoothing(3, 3, W, W, out, false, 0, nullptr, false, 1);
+  BealsSmoothing(3, 3, L, L, out, false, 0, nullptr, false, 1);
   EXPECT_FALSE(std::isfinite(out[1][0]));
-  free2D(out, 3);
-  free2D(W, 3);
 }
 
 TEST_F(SmoothingHandChecked, TestsByOTUGiveTheObservedStatistics) {

@@ -5,49 +5,30 @@
 
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibStats.h"
+#include "tests/unit/test_util.h"
 
-namespace {
-
-const double MV = -999.0;
-
-// A rows x cols matrix from values given row by row.
-double** Mat(int rows, int cols, const double* v) {
-  double** m = dim2Double(rows, cols);
-  for (int i = 0; i < rows; i++)
-    for (int j = 0; j < cols; j++) m[i][j] = v[i * cols + j];
-  return m;
-}
-
-void ExpectRow(const double* got, const double* want, int n, const char* what) {
-  for (int i = 0; i < n; i++) EXPECT_NEAR(got[i], want[i], 1e-12) << what << ", element " << i;
-}
-
-} // namespace
+using namespace testutil;
 
 TEST(StatsMissing, SumsAndCountsLeaveOutMissingValues) {
-  double y[] = {2.5, MV, 4.1, 1.3};
+  double y[] = {2.5, M, 4.1, 1.3};
   EXPECT_NEAR(SumOfSquaresDev(4, y), 3.9466666666666667, 1e-12);
   EXPECT_NEAR(Variance(4, y), 1.9733333333333334, 1e-12);
   EXPECT_NEAR(SumOfSquares(4, y), 24.75, 1e-12);
-  float yf[] = {2.5f, -999.0f, 4.1f, 1.3f};
-  EXPECT_NEAR(SumOfSquaresDev(4, yf), 3.9466666666666667, 1e-5);
-  double none[] = {MV, MV};
+  double none[] = {M, M};
   EXPECT_TRUE(std::isnan(SumOfSquaresDev(2, none))) << "k = 0 must give a NaN, not an error";
-  double v[] = {1.5, MV, 2.25, 3.0}, rows[2], cols[2];
-  double** m = Mat(2, 2, v);
+  double rows[2], cols[2];
+  Mat m(2, 2, {1.5, M, 2.25, 3.0});
   RowTotalsMV(2, 2, m, rows);
   ColTotalsMV(2, 2, m, cols);
-  double wantRows[] = {1.5, 5.25}, wantCols[] = {3.75, 3.0};
-  ExpectRow(rows, wantRows, 2, "row totals");
-  ExpectRow(cols, wantCols, 2, "column totals");
+  ExpectValues(rows, {1.5, 5.25}, "row totals");
+  ExpectValues(cols, {3.75, 3.0}, "column totals");
   EXPECT_DOUBLE_EQ(MatrixTotalMV(2, 2, m), 6.75);
-  free2D(m, 2);
 }
 
 TEST(StatsMissing, PairwiseDeletionInCovarianceAndCorrelation) {
-  double a[] = {1, 2, 3}, b[] = {2, MV, 6};
+  double a[] = {1, 2, 3}, b[] = {2, M, 6};
   EXPECT_NEAR(Correlation2VecMV(3, a, b), 1.0, 1e-12);
-  double c[] = {2.385, 1.2, MV, 4.7, 3.3}, d[] = {1.1, 0.4, 9.9, 2.8, MV};
+  double c[] = {2.385, 1.2, M, 4.7, 3.3}, d[] = {1.1, 0.4, 9.9, 2.8, M};
   EXPECT_NEAR(Covariance2VecMV(5, c, d), 2.194166666666667, 1e-12);
   EXPECT_NEAR(Correlation2VecMV(5, c, d), 0.9986591881757266, 1e-12);
   EXPECT_NEAR(CrossProduct2VecMV(5, c, d), 2.385 * 1.1 + 1.2 * 0.4 + 4.7 * 2.8, 1e-12);
@@ -58,10 +39,7 @@ TEST(StatsMissing, PairwiseDeletionInCovarianceAndCorrelation) {
 TEST(StatsMissing, MatrixFormsAgreeWithPairwiseForms) {
   // Without a missing value the fast path (centre, cross-multiply) must give
   // what the pairwise routine gives.
-  double v[] = {2.385, 1.2, 4.7, 3.3, 0.5, 0.9, 2.8, 1.75, 6.1, 2.2, 3.3, 0.4};
-  double** in = Mat(3, 4, v);
-  double** cov = dim2Double(3, 3);
-  double** cor = dim2Double(3, 3);
+  Mat in(3, 4, {2.385, 1.2, 4.7, 3.3, 0.5, 0.9, 2.8, 1.75, 6.1, 2.2, 3.3, 0.4}), cov(3, 3), cor(3, 3);
   CovarianceMV(3, 4, in, cov);
   CorrelationMV(3, 4, in, cor);
   for (int i = 0; i < 3; i++)
@@ -70,152 +48,106 @@ TEST(StatsMissing, MatrixFormsAgreeWithPairwiseForms) {
       EXPECT_NEAR(cor[i][j], Correlation2VecMV(4, in[i], in[j]), 1e-12) << "correlation " << i << "," << j;
     }
   EXPECT_EQ(cov[1][0], 0.0) << "the lower triangle is not touched";
-  free2D(in, 3);
-  free2D(cov, 3);
-  free2D(cor, 3);
 }
 
 TEST(StatsMissing, ConstantRowCorrelatesZeroWithoutMissingAndNaNWithOne) {
-  double v[] = {3.5, 3.5, 3.5, 1.2, 4.4, 2.9};
-  double** in = Mat(2, 3, v);
-  double** out = dim2Double(2, 2);
+  Mat in(2, 3, {3.5, 3.5, 3.5, 1.2, 4.4, 2.9}), out(2, 2);
   CorrelationMV(2, 3, in, out);
-  EXPECT_EQ(out[0][0], 0.0) << "constant row, diagonal";
-  EXPECT_EQ(out[0][1], 0.0);
+  ExpectValues(out[0], {0.0, 0.0}, "constant row");
   EXPECT_NEAR(out[1][1], 1.0, 1e-12);
-  in[1][2] = MV;
+  in[1][2] = M;
   CorrelationMV(2, 3, in, out);
   EXPECT_TRUE(std::isnan(out[0][0])) << "with one -999 anywhere the constant row gives a NaN";
   EXPECT_NEAR(out[1][1], 1.0, 1e-12);
-  free2D(in, 2);
-  free2D(out, 2);
 }
 
 TEST(StatsAdjust, MissingValuesPassThroughTransformations) {
-  double v[] = {1, MV, 3};
-  double** m = Mat(1, 3, v);
+  Mat m(1, 3, {1, M, 3});
   CenterRowsMV(1, 3, m, m);
-  double want[] = {-1, MV, 1};
-  ExpectRow(m[0], want, 3, "CenterRowsMV in place");
-  free2D(m, 1);
+  ExpectValues(m[0], {-1, M, 1}, "CenterRowsMV in place");
 
-  double z[] = {1, 3, MV};
-  double** col = Mat(3, 1, z);
-  double** out = dim2Double(3, 1);
+  Mat col(3, 1, {1, 3, M}), out(3, 1);
   ZStandardizationColsMV(3, 1, col, out);
   // The divisor is the root of 2 / 3 (full length), not of 2 / 2.
   EXPECT_NEAR(out[0][0], -1.0 / sqrt(2.0 / 3.0), 1e-12);
   EXPECT_NEAR(out[1][0], 1.0 / sqrt(2.0 / 3.0), 1e-12);
-  EXPECT_EQ(out[2][0], MV);
-  free2D(col, 3);
-  free2D(out, 3);
+  EXPECT_EQ(out[2][0], M);
 
-  double u[] = {2.5, MV, 1.5, 0, 0, 0, MV, MV, MV};
-  double** us = Mat(3, 3, u);
+  Mat us(3, 3, {2.5, M, 1.5, 0, 0, 0, M, M, M});
   UnitSumRowsAdjMV(3, 3, us, us);
-  double w0[] = {0.625, MV, 0.375}, w1[] = {0, 0, 0}, w2[] = {MV, MV, MV};
-  ExpectRow(us[0], w0, 3, "unit sum row");
-  ExpectRow(us[1], w1, 3, "an all-zero row stays zero");
-  ExpectRow(us[2], w2, 3, "an all-missing row stays missing");
-  free2D(us, 3);
+  ExpectValues(us[0], {0.625, M, 0.375}, "unit sum row");
+  ExpectValues(us[1], {0, 0, 0}, "an all-zero row stays zero");
+  ExpectValues(us[2], {M, M, M}, "an all-missing row stays missing");
 
-  double h[] = {1.44, MV, 0.81, 0.25};
-  double** hm = Mat(1, 4, h);
+  Mat hm(1, 4, {1.44, M, 0.81, 0.25});
   HellingerRowsAdjMV(1, 4, hm, hm);
-  EXPECT_NEAR(hm[0][0], sqrt(1.44 / 2.5), 1e-12);
-  EXPECT_EQ(hm[0][1], MV);
-  free2D(hm, 1);
+  ExpectValues(hm[0], {sqrt(1.44 / 2.5), M}, "Hellinger");
 }
 
 TEST(StatsAdjust, RangeAdjustments) {
-  double v[] = {4.2, -3.2, 4.2, MV, 4.2, -1.2, 4.2, -2.7};
-  double** m = Mat(4, 2, v);
+  Mat m(4, 2, {4.2, -3.2, 4.2, M, 4.2, -1.2, 4.2, -2.7});
   RangeColsAdjMV(4, 2, m, m);
   for (int i = 0; i < 4; i++) EXPECT_EQ(m[i][0], 0.0) << "a constant column gives 0, row " << i;
-  EXPECT_NEAR(m[0][1], 0.0, 1e-12);
-  EXPECT_EQ(m[1][1], MV);
-  EXPECT_NEAR(m[2][1], 1.0, 1e-12);
-  EXPECT_NEAR(m[3][1], 0.25, 1e-12);
-  free2D(m, 4);
+  double second[] = {m[0][1], m[1][1], m[2][1], m[3][1]};
+  ExpectValues(second, {0.0, M, 1.0, 0.25}, "range column");
 
-  double r[] = {2, 4, 6.5};
-  double** row = Mat(1, 3, r);
+  Mat row(1, 3, {2, 4, 6.5});
   RangeRowsAdjMV(1, 3, row, row);
-  double want[] = {2 / 4.5, 4 / 4.5, 6.5 / 4.5}; // no minimum subtracted
-  ExpectRow(row[0], want, 3, "RangeRowsAdjMV");
-  free2D(row, 1);
+  ExpectValues(row[0], {2 / 4.5, 4 / 4.5, 6.5 / 4.5}, "RangeRowsAdjMV: no minimum subtracted");
 
   double neg[] = {-3.0, -5.5, -4.25};
   EXPECT_DOUBLE_EQ(Range(3, neg), 5.5) << "the maximum starts at 0";
-  double** nm = Mat(1, 3, neg);
-  EXPECT_EQ(MatrixMax(1, 3, nm), 0.0);
-  free2D(nm, 1);
+  EXPECT_EQ(MatrixMax(1, 3, Mat(1, 3, neg)), 0.0);
   double mx[3];
   MaxAdjMV(3, neg, mx);
   EXPECT_DOUBLE_EQ(mx[0], -3.0 / 1.1754943508222875e-38) << "the maximum can't be 0 or negative";
 }
 
 TEST(StatsAdjust, FloatRoundingsAreKept) {
-  double v[] = {2.5, MV, 4.1, 1.3};
-  double** m = Mat(4, 1, v);
-  double** out = dim2Double(4, 1);
+  Mat m(4, 1, {2.5, M, 4.1, 1.3}), out(4, 1);
   out[1][0] = 77.0;
   CorrAdj(4, 1, out, m);
   EXPECT_EQ(out[0][0], (double)(float)-0.06711560552140242);
   EXPECT_EQ(out[1][0], 77.0) << "CorrAdj doesn't write where the input is missing";
   EXPECT_EQ(out[2][0], (double)(float)0.7382716607354266);
-  free2D(m, 4);
-  free2D(out, 4);
 
-  double l[] = {3.3, 4.4, 0, 0};
-  double** lm = Mat(2, 2, l);
+  Mat lm(2, 2, {3.3, 4.4, 0, 0});
   UnitLengthAdj(2, 2, lm, lm);
   EXPECT_EQ(lm[0][0], (double)(float)0.6);
   EXPECT_EQ(lm[0][1], (double)(float)0.8);
   EXPECT_EQ(lm[1][0], 0.0) << "a zero row is divided by 1";
-  free2D(lm, 2);
 
   float f[] = {1.1f, 2.2f, -999.0f};
   float* fr[] = {&f[0], &f[1], &f[2]};
-  double** dc = dim2Double(3, 1);
+  Mat dc(3, 1);
   CenterColsMV(3, 1, fr, dc);
   EXPECT_EQ(dc[0][0], (double)(float)(1.1f - (1.1f + (double)2.2f) / 2));
-  EXPECT_EQ(dc[2][0], MV);
-  free2D(dc, 3);
+  EXPECT_EQ(dc[2][0], M);
 }
 
 TEST(StatsAdjust, DeviationsNormalisingAndGowerStandardization) {
-  double v[] = {1.5, 2.5, 3.0, MV};
-  double** m = Mat(2, 2, v);
+  Mat m(2, 2, {1.5, 2.5, 3.0, M});
   DeviationsExpectationsMV(2, 2, m, m);
-  EXPECT_NEAR(m[0][0], -0.2525381361380527, 1e-12);
-  EXPECT_NEAR(m[0][1], 0.3388154635894692, 1e-12);
-  EXPECT_NEAR(m[1][0], 0.29160592175990213, 1e-12);
-  EXPECT_EQ(m[1][1], MV);
-  free2D(m, 2);
+  ExpectValues(m[0], {-0.2525381361380527, 0.3388154635894692}, "deviations, row 0");
+  ExpectValues(m[1], {0.29160592175990213, M}, "deviations, row 1");
 
-  double n[] = {3, MV, 4, 0, 0, 0};
-  double** nm = Mat(2, 3, n);
+  Mat nm(2, 3, {3, M, 4, 0, 0, 0});
   NormalizeRowsMV(2, 3, nm, nm);
-  EXPECT_NEAR(nm[0][0], 0.6, 1e-12);
-  EXPECT_EQ(nm[0][1], MV);
+  ExpectValues(nm[0], {0.6, M}, "normalised row");
   EXPECT_EQ(nm[1][0], 0.0) << "a zero row is left as it is";
-  free2D(nm, 2);
 
-  double g[] = {1, 2, MV, 2};
-  double** gm = Mat(2, 2, g);
+  Mat gm(2, 2, {1, 2, M, 2});
   GowerStandardizationRows(2, 2, gm); // s = (1 + 4 + 4) / 1
   EXPECT_NEAR(gm[0][1], 2.0 / 3.0, 1e-12);
-  EXPECT_EQ(gm[1][0], MV);
-  free2D(gm, 2);
+  EXPECT_EQ(gm[1][0], M);
 }
 
 TEST(StatsVector, MedianExtremesAndGroups) {
-  double x[] = {5.5, MV, 1.25, 3.0, 9.75};
+  double x[] = {5.5, M, 1.25, 3.0, 9.75};
   EXPECT_DOUBLE_EQ(Median(5, x, nullptr), 4.25);
   int select[] = {1, 1, 1, 0, 1};
   EXPECT_DOUBLE_EQ(Median(5, x, select), 5.5);
-  EXPECT_EQ(minVector(5, x), MV) << "-999 is an ordinary value here";
+  EXPECT_EQ(minVector(5, x), M) << "-999 is an ordinary value here";
   double t[] = {2.5, 7.25, 7.25, 1.0};
   EXPECT_EQ(MaxVectorWhich(4, t), 1);
 
@@ -223,19 +155,14 @@ TEST(StatsVector, MedianExtremesAndGroups) {
   int distinct[4], nGroups;
   CountGroups(4, labels, &nGroups, distinct);
   ASSERT_EQ(nGroups, 3);
-  EXPECT_EQ(distinct[0], -2);
-  EXPECT_EQ(distinct[1], 3);
-  EXPECT_EQ(distinct[2], 7);
+  ExpectInts(distinct, {-2, 3, 7}, "distinct labels");
   int sel[] = {1, 0, 1, 1};
   CountGroupsSelect(4, labels, sel, &nGroups, nullptr);
   EXPECT_EQ(nGroups, 2);
 }
 
 TEST(StatsMatrix, ProductSkipsMissingFactors) {
-  double a[] = {1.5, MV, 2, 0.5}, b[] = {2, 4, 3, 1};
-  double** A = Mat(2, 2, a);
-  double** B = Mat(2, 2, b);
-  double** C = dim2Double(2, 2);
+  Mat A(2, 2, {1.5, M, 2, 0.5}), B(2, 2, {2, 4, 3, 1}), C(2, 2);
   EXPECT_EQ(MatrixProd(2, 2, 2, 2, A, B, C), 0);
   EXPECT_DOUBLE_EQ(C[0][0], 3.0) << "the term with a missing factor is skipped";
   EXPECT_DOUBLE_EQ(C[1][1], 8.5);
@@ -243,99 +170,73 @@ TEST(StatsMatrix, ProductSkipsMissingFactors) {
   EXPECT_EQ(MatrixProd(2, 2, 3, 2, A, B, C), 1);
   EXPECT_EQ(C[0][0], 42.0) << "a shape mismatch does nothing";
   TransposeSqMatrix(2, B, B);
-  EXPECT_EQ(B[0][1], 3.0) << "in-place transposition";
-  EXPECT_EQ(B[1][0], 4.0);
-  free2D(A, 2);
-  free2D(B, 2);
-  free2D(C, 2);
+  ExpectValues(B[0], {2, 3}, "in-place transposition");
 }
 
 TEST(StatsRanks, OrderingsAndMidranks) {
   double x[] = {30, 10, 20};
   int order[3];
   RankVector(3, x, order);
-  EXPECT_EQ(order[0], 2);
-  EXPECT_EQ(order[1], 3);
-  EXPECT_EQ(order[2], 1);
+  ExpectInts(order, {2, 3, 1}, "RankVector");
   double ab[] = {-3.5, 1.25, 2};
   RankVectorAbs(3, ab, order);
   EXPECT_EQ(order[2], 1) << "absolute values";
   // 16777217 and 16777216 are one float: the ordering must see them apart.
   int ix[] = {16777217, -4, 16777216};
   IndexVector(3, ix, order);
-  EXPECT_EQ(order[0], 2);
-  EXPECT_EQ(order[1], 3);
-  EXPECT_EQ(order[2], 1);
+  ExpectInts(order, {2, 3, 1}, "IndexVector");
   EXPECT_EQ(ix[0], 16777217) << "IndexVector leaves x in place";
 
   double t[] = {10, 20, 20, 30}, r[4];
   RankVectorAdj(4, t, r);
-  double want[] = {1, 2.5, 2.5, 4};
-  ExpectRow(r, want, 4, "midranks");
+  ExpectValues(r, {1, 2.5, 2.5, 4}, "midranks");
   double u[] = {2.2, 0.7, 2.2, 5.1, 2.2, 0.7}, ru[6], rd[6];
   RankVectorAdj(6, u, ru);
   RankVectorDAdj(6, u, rd);
-  ExpectRow(rd, ru, 6, "counting and sorting give the same midranks");
+  ExpectValues(rd, {ru[0], ru[1], ru[2], ru[3], ru[4], ru[5]}, "counting and sorting give the same midranks");
   EXPECT_DOUBLE_EQ(ru[0], 4.0);
 
-  double m[] = {5, MV, 7}, rm[3];
+  double m[] = {5, M, 7}, rm[3];
   RankVectorAdjMV(3, m, rm);
-  double wm[] = {1, MV, 2};
-  ExpectRow(rm, wm, 3, "missing values kept out of the ranking");
-  double m2[] = {2.2, MV, 1.1, 2.2, MV};
+  ExpectValues(rm, {1, M, 2}, "missing values kept out of the ranking");
+  double m2[] = {2.2, M, 1.1, 2.2, M};
   RankVectorAdjMV(5, m2, m2);
-  double wm2[] = {2.5, MV, 1, 2.5, MV};
-  ExpectRow(m2, wm2, 5, "ties and two missing values, in place");
+  ExpectValues(m2, {2.5, M, 1, 2.5, M}, "ties and two missing values, in place");
 
   double s1[] = {1.5, 2.25, 9, 4}, s2[] = {10, 20, 70, 35}, s3[] = {4, 3, 1, 2};
   EXPECT_NEAR(Spearman2Vec(4, s1, s2), 1.0, 1e-12);
   EXPECT_NEAR(Spearman2Vec(4, s1, s3), -1.0, 1e-12);
 
-  double rr[] = {5, 4, 6.5, 1};
-  double** rows = Mat(1, 4, rr);
+  Mat rows(1, 4, {5, 4, 6.5, 1});
   RankRowsDAdj(1, 4, rows, rows);
-  double wr[] = {3, 2, 4, 1};
-  ExpectRow(rows[0], wr, 4, "RankRowsDAdj in place");
-  free2D(rows, 1);
+  ExpectValues(rows[0], {3, 2, 4, 1}, "RankRowsDAdj in place");
 }
 
 TEST(StatsRanks, ResemblanceTriangleRankedAsOneList) {
-  double v[] = {9, 0.5, 0.2, 9, 9, 0.5, 9, 9, 9};
-  double** in = Mat(3, 3, v);
-  double** out = dim2Double(3, 3);
+  Mat in(3, 3, {9, 0.5, 0.2, 9, 9, 0.5, 9, 9, 9}), out(3, 3);
   out[1][1] = -5;
   RankReseAdj(3, in, out);
-  EXPECT_EQ(out[0][1], 2.5);
-  EXPECT_EQ(out[0][2], 1.0);
+  ExpectValues(out[0], {0, 2.5, 1.0}, "first row");
   EXPECT_EQ(out[1][2], 2.5);
   EXPECT_EQ(out[1][1], -5.0) << "diagonal untouched";
   EXPECT_EQ(out[1][0], 0.0) << "lower triangle untouched";
-  free2D(in, 3);
-  free2D(out, 3);
 }
 
 TEST(StatsCoded, ClassesAndTransformationSteps) {
-  double x[] = {2, MV, 5, 3.5, 4.1}, c[5];
+  double x[] = {2, M, 5, 3.5, 4.1}, c[5];
   ClassesMV(5, x, c, 4);
-  double want[] = {1, MV, 4, 2, 3};
-  ExpectRow(c, want, 5, "ClassesMV");
+  ExpectValues(c, {1, M, 4, 2, 3}, "ClassesMV");
 
-  double v[] = {0, 2.5, MV, 7, 0.1, 0};
-  double** m = Mat(2, 3, v);
+  Mat m(2, 3, {0, 2.5, M, 7, 0.1, 0});
   DataTransformationsLib(2, 3, m, 1, 0, 1, 0, 0, 1.0, 0); // presence, then unit row sums
-  double w0[] = {0, 1, MV}, w1[] = {0.5, 0.5, 0};
-  ExpectRow(m[0], w0, 3, "presence and unit sum, row 0");
-  ExpectRow(m[1], w1, 3, "presence and unit sum, row 1");
-  free2D(m, 2);
+  ExpectValues(m[0], {0, 1, M}, "presence and unit sum, row 0");
+  ExpectValues(m[1], {0.5, 0.5, 0}, "presence and unit sum, row 1");
 
-  double s[] = {1, 3, 9, 2, MV, 4};
-  double** sm = Mat(2, 3, s);
+  Mat sm(2, 3, {1, 3, 9, 2, M, 4});
   int select[] = {0, 1};
   DataTransformationsLib(2, 3, sm, 0, 0, 9, 0, 0, 1.0, 0, select);
-  double s0[] = {1, 3, 9}, s1[] = {1, MV, 2};
-  ExpectRow(sm[0], s0, 3, "unselected row untouched");
-  ExpectRow(sm[1], s1, 3, "ranked selected row, -999 kept");
+  ExpectValues(sm[0], {1, 3, 9}, "unselected row untouched");
+  ExpectValues(sm[1], {1, M, 2}, "ranked selected row, -999 kept");
   DataTransformationsLib(2, 3, sm, 3, 77, 77, 0, 0, 1.0, 0); // log10(x + 1); unknown codes skip
   EXPECT_NEAR(sm[0][2], 1.0, 1e-12);
-  free2D(sm, 2);
 }
