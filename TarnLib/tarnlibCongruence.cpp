@@ -139,6 +139,17 @@ void MatrixCorrPrepareMany(int n, int k, double** const* a, double* const* centr
         PrepareFour(n, k - first < 4 ? k - first : 4, a + first, centred + first, ss + first, ok + first);
 }
 
+void MatrixCorrPairSums(int n, int k, double** const* a, double* sum, bool* missing)
+{
+    for (int first = 0; first < k; first += 4) {
+        int now = k - first < 4 ? k - first : 4;
+        if (now == 4) PairSums<4>(n, a + first, sum + first, missing + first);
+        else if (now == 3) PairSums<3>(n, a + first, sum + first, missing + first);
+        else if (now == 2) PairSums<2>(n, a + first, sum + first, missing + first);
+        else PairSums<1>(n, a + first, sum + first, missing + first);
+    }
+}
+
 bool MatrixCorrPrepare(int n, double** a, double* centred, double* ss)
 {
     bool ok;

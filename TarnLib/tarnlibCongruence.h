@@ -20,6 +20,9 @@ bool MatrixCorrPrepare(int n, double** a, double* centred, double* ss);
 // The same for k matrices a[m] at once, their sums running side by side:
 // ok[m] tells whether centred[m] and ss[m] were filled.
 void MatrixCorrPrepareMany(int n, int k, double** const* a, double* const* centred, double* ss, bool* ok);
+// MatrixCorr's first pass alone, for k matrices side by side: sum[m] of the
+// pairs i < j of a[m] in its order; missing[m] when one of them is -999.
+void MatrixCorrPairSums(int n, int k, double** const* a, double* sum, bool* missing);
 // r[m] = Mantel correlation of the prepared a with the prepared b[m], m < k,
 // in one pass over the pairs: the same value, bit for bit, as MatrixCorr.
 void MatrixCorrPrepared(long pairs, const double* a, double ssA, int k, const double* const* b,

@@ -252,31 +252,49 @@ static double RhoOf(double cross, double ssA, double ssB) {
   return (ssA == 0.0 || ssB == 0.0) ? 0.0 : cross / std::sqrt(ssA * ssB);
 }
 
-// Without phylogeny, when all six matrices are prepared: the ten rho
-// values of an arrangement in one pass over the pairs, ten sums side by
-// side, each with MatrixCorrPrepared's products in pair order.
-static void FusedRho(PermWork* w) {
+// Without phylogeny, when DE, DY and DZ are prepared and DT, DX and DR
+// hold no -999: the ten rho values of an arrangement with MatrixCorr's two
+// passes over the pairs shared by all: the sums of DT, DX and DR side by
+// side, then their deviations from the means, sums of squares and the ten
+// cross products, each sum in pair order. Nothing else reads the prepared
+// forms of DT, DX and DR in an iteration, so they are not stored.
+static bool FusedRho(PermWork* w) {
   w->fused = false;
-  if (!w->prepared || w->phyl) return;
-  for (int k = RHO_E; k <= RHO_R; k++)
-    if (!w->ok[k]) return;
+  if (!w->prepared || w->phyl || !w->ok[RHO_E] || !w->ok[RHO_Y] || !w->ok[RHO_Z]) return false;
+  double** D[3] = {w->DT, w->DX, w->DR};
+  double sum[3];
+  bool missing[3];
+  MatrixCorrPairSums(w->n, 3, D, sum, missing);
+  if (missing[0] || missing[1] || missing[2]) return false;
+  long count = w->pairs;
+  double mT = sum[0] / count, mX = sum[1] / count, mR = sum[2] / count;
   const double *e = w->cen[RHO_E], *y = w->cen[RHO_Y], *z = w->cen[RHO_Z];
-  const double *t = w->cen[RHO_T], *x = w->cen[RHO_X], *r = w->cen[RHO_R];
+  double sT = 0.0, sX = 0.0, sR = 0.0;
   double tE = 0.0, tY = 0.0, tZ = 0.0, xE = 0.0, xT = 0.0, xY = 0.0, xZ = 0.0, rE = 0.0, rX = 0.0, rT = 0.0;
-  for (long p = 0; p < w->pairs; p++) {
-    double E = e[p], Y = y[p], Z = z[p], T = t[p], X = x[p], R = r[p];
-    tE += T * E;
-    tY += T * Y;
-    tZ += T * Z;
-    xE += X * E;
-    xT += X * T;
-    xY += X * Y;
-    xZ += X * Z;
-    rE += R * E;
-    rX += R * X;
-    rT += R * T;
+  long p = 0;
+  for (int i = 0; i < w->n; i++) {
+    const double *dt = w->DT[i], *dx = w->DX[i], *dr = w->DR[i];
+    for (int j = i + 1; j < w->n; j++, p++) {
+      double T = dt[j] - mT, X = dx[j] - mX, R = dr[j] - mR;
+      sT += T * T;
+      sX += X * X;
+      sR += R * R;
+      double E = e[p], Y = y[p], Z = z[p];
+      tE += T * E;
+      tY += T * Y;
+      tZ += T * Z;
+      xE += X * E;
+      xT += X * T;
+      xY += X * Y;
+      xZ += X * Z;
+      rE += R * E;
+      rX += R * X;
+      rT += R * T;
+    }
   }
-  const double* ss = w->ss;
+  double* ss = w->ss;
+  ss[RHO_T] = sT, ss[RHO_X] = sX, ss[RHO_R] = sR;
+  w->ok[RHO_T] = w->ok[RHO_X] = w->ok[RHO_R] = true;
   double(*f)[4] = w->fusedRho;
   f[0][0] = RhoOf(tE, ss[RHO_T], ss[RHO_E]);
   f[0][1] = RhoOf(tY, ss[RHO_T], ss[RHO_Y]);
@@ -289,12 +307,13 @@ static void FusedRho(PermWork* w) {
   f[2][1] = RhoOf(rX, ss[RHO_R], ss[RHO_X]);
   f[2][2] = RhoOf(rT, ss[RHO_R], ss[RHO_T]);
   w->fused = true;
+  return true;
 }
 
 // With Mantel, the resemblance matrices of T (MM_T), of X and P (MM_X) and
 // of the Rao entropies (MM_R), prepared together: their sums run side by
 // side instead of one after the other.
-static void MantelMatrices(PermWork* w, int which) {
+static void MantelMatrices(PermWork* w, int which, bool tryFused) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   if (!w->mantel) return;
   int n = w->n, k = 0, id[5];
@@ -319,7 +338,7 @@ static void MantelMatrices(PermWork* w, int which) {
       D[k] = w->DRp, id[k++] = RHO_RP;
     }
   }
-  if (!w->prepared || k == 0) return;
+  if (!w->prepared || k == 0 || (tryFused && FusedRho(w))) return;
   double* centred[5];
   double ss[5];
   bool ok[5];
@@ -1012,24 +1031,49 @@ static void FreeOccurrences(PermWork* w) {
   free1D(w->laneCol);
 }
 
+// o[k .. k + 2 NB - 1] = sum over x < m of a[x] rows[x][k ..], each column's
+// sum in the order of x, two columns to a vector.
+template <int NB>
+static void ProductColumns(int m, const double* a, double* const* rows, int k, double* o) {
+  Lanes2 sum[NB];
+  for (int b = 0; b < NB; b++) sum[b] = Lanes2{0.0, 0.0};
+  for (int x = 0; x < m; x++) {
+    Lanes2 ax = {a[x], a[x]};
+    const double* r = rows[x] + k;
+    for (int b = 0; b < NB; b++) {
+      Lanes2 v;
+      memcpy(&v, r + 2 * b, sizeof(v));
+      sum[b] += ax * v;
+    }
+  }
+  for (int b = 0; b < NB; b++) memcpy(o + k + 2 * b, &sum[b], sizeof(sum[b]));
+}
+
 // out[c] = W[c] times the permuted rows of `from`, over the occurrences of c.
 // With plain terms (no -999 on either side, every weight 1) each entry is
 // the product's sum of abundance times value, term by term in the same
-// order, taken for all columns of a row at once.
+// order, each column's sum kept in a register, two columns to a vector.
 static void OccurrenceProducts(PermWork* w, double** from, int cols, double** out, int* mask, bool plain) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   if (plain) {
     for (int c = 0; c < w->n; c++) {
+      int s = w->occStart[c], m = w->occStart[c + 1] - s;
+      for (int x = 0; x < m; x++) w->rowsSub[x] = from[w->list[w->occOTU[s + x]] - 1];
+      const double* a = w->occW + s;
       double* o = out[c];
-      for (int k = 0; k < cols; k++) o[k] = 0.0;
-      for (int x = w->occStart[c]; x < w->occStart[c + 1]; x++) {
-        double a = w->occW[x];
-        const double* row = from[w->list[w->occOTU[x]] - 1];
-        for (int k = 0; k < cols; k++) o[k] += a * row[k];
+      int k = 0;
+      for (; cols - k >= 8; k += 8) ProductColumns<4>(m, a, w->rowsSub, k, o);
+      if (cols - k >= 6) ProductColumns<3>(m, a, w->rowsSub, k, o), k += 6;
+      else if (cols - k >= 4) ProductColumns<2>(m, a, w->rowsSub, k, o), k += 4;
+      else if (cols - k >= 2) ProductColumns<1>(m, a, w->rowsSub, k, o), k += 2;
+      if (k < cols) {
+        double sum = 0.0;
+        for (int x = 0; x < m; x++) sum += a[x] * w->rowsSub[x][k];
+        o[k] = sum;
       }
       if (mask)
-        for (int k = 0; k < cols; k++)
-          if (mask[k] != 1) o[k] = 0.0;
+        for (int j = 0; j < cols; j++)
+          if (mask[j] != 1) o[j] = 0.0;
     }
     return;
   }
@@ -1106,7 +1150,7 @@ static void ObservedPhase(PermWork* w) {
   MatrixProdSelectMV_Weight(n, nO, nO, in->nTraits, in->W, in->B, w->T, in->traitMask, in->weightOTUs);
   if (in->keepObserved && in->Tout) CopyMatrix(n, in->nTraits, w->T, in->Tout);
   NormalizeCols(n, in->nTraits, w->T, w->T);
-  MantelMatrices(w, MM_T);
+  MantelMatrices(w, MM_T, false);
   StatsT(w);
   CopyMatrix(n, in->nTraits, w->T, w->Tobs);
   if (in->keepObserved && in->Tout) CopyMatrix(n, in->nTraits, w->T, in->Tout);
@@ -1125,7 +1169,7 @@ static void ObservedPhase(PermWork* w) {
       w->stat[PT_roBF] = CoefRows(w, nO, w->Bnorm, in->nTraits, in->pcoaScores, in->nPCoAAxes);
     }
   }
-  MantelMatrices(w, MM_X);
+  MantelMatrices(w, MM_X, false);
   StatsXP(w);
   if (in->saveDetail && in->detailFile) DetailPointA(w);
   RaoAll(w, in->Sb, in->Sf);
@@ -1137,7 +1181,7 @@ static void ObservedPhase(PermWork* w) {
     if (in->keepObserved && in->RpOut)
       for (int c = 0; c < n; c++) in->RpOut[c] = w->Rp[c][0];
   }
-  MantelMatrices(w, MM_R);
+  MantelMatrices(w, MM_R, false);
   StatsR(w);
   if (in->saveDetail && in->detailFile) DetailPointB(w);
 }
@@ -1253,8 +1297,7 @@ static void PermutationPhase(PermWork* w) {
     RandomT(w);
     RandomXP(w);
     RandomR(w);
-    MantelMatrices(w, MM_T | MM_X | MM_R);
-    if (w->mantel) FusedRho(w);
+    MantelMatrices(w, MM_T | MM_X | MM_R, true);
     StatsT(w);
     Count(w, observed, PT_rTE, false);
     Count(w, observed, PT_rYT, false);
