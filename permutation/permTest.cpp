@@ -6,6 +6,9 @@
 #include "permutation/permTest.h"
 
 #include <omp.h>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include <cmath>
 #include <cstring>
@@ -124,29 +127,46 @@ struct PermWork {
 // arithmetic per lane, the same as one at a time).
 #define DIST_BLOCK 8
 typedef double Lanes2 __attribute__((vector_size(16)));
+typedef long long Mask2 __attribute__((vector_size(16)));
+
+// s > 0 ? sqrt(s) : 0 lane by lane (a NaN gives 0). The square root is
+// correctly rounded whether taken two at a time or one by one.
+static inline Lanes2 RootOrZero(Lanes2 s) {
+  Lanes2 zero = {0.0, 0.0};
+  Mask2 positive = s > zero;
+#ifdef __SSE2__
+  Lanes2 root = _mm_sqrt_pd(s);
+#else
+  Lanes2 root = {std::sqrt(s[0]), std::sqrt(s[1])};
+#endif
+  return (Lanes2)((Mask2)root & positive);
+}
 
 // D = Euclidean distances between the rows of data (n by cols), as
 // ResemblanceLib with code 3 gives them: EucliDist's sums, each pair's over
 // k in order, but DIST_BLOCK pairs of a row at a time from the data by
 // columns, so that independent sums run side by side. Only the diagonal and
 // the pairs i < j are written: nothing here reads the lower triangle. Data
-// with -999 go to ResemblanceLib.
-static void Distances(PermWork* w, int cols, double** data, double** D, int code) {
+// with -999 go to ResemblanceLib. On this path *pairSum gets the sum of the
+// pairs i < j in pair order, as MatrixCorrPairSums adds them (no pair is
+// -999 here), and the result is true; false after ResemblanceLib.
+static bool Distances(PermWork* w, int cols, double** data, double** D, int code, double* pairSum) {
   int n = w->n;
   if (!w->colsT || code != 3) {
     ResemblanceLib(n, cols, data, D, 1, code, 0, NULL, 0.0, 0.0, 0, false);
-    return;
+    return false;
   }
   for (int i = 0; i < n; i++)
     for (int k = 0; k < cols; k++) {
       double x = data[i][k];
       if (x == -999.0) {
         ResemblanceLib(n, cols, data, D, 1, code, 0, NULL, 0.0, 0.0, 0, false);
-        return;
+        return false;
       }
       w->colsT[k][i] = x;
     }
   double** c = w->colsT;
+  double total = 0.0;
   for (int i = 0; i < n; i++) {
     double* row = D[i];
     row[i] = 0.0;
@@ -167,12 +187,12 @@ static void Distances(PermWork* w, int cols, double** data, double** D, int code
         s2 += d2 * d2;
         s3 += d3 * d3;
       }
-      double sum[DIST_BLOCK];
-      memcpy(sum, &s0, sizeof(s0));
-      memcpy(sum + 2, &s1, sizeof(s1));
-      memcpy(sum + 4, &s2, sizeof(s2));
-      memcpy(sum + 6, &s3, sizeof(s3));
-      for (int t = 0; t < DIST_BLOCK; t++) row[j + t] = sum[t] > 0.0 ? std::sqrt(sum[t]) : 0.0;
+      s0 = RootOrZero(s0), s1 = RootOrZero(s1), s2 = RootOrZero(s2), s3 = RootOrZero(s3);
+      memcpy(row + j, &s0, sizeof(s0));
+      memcpy(row + j + 2, &s1, sizeof(s1));
+      memcpy(row + j + 4, &s2, sizeof(s2));
+      memcpy(row + j + 6, &s3, sizeof(s3));
+      for (int t = 0; t < DIST_BLOCK; t++) total += row[j + t];
     }
     for (; j < n; j++) {
       double sum = 0.0;
@@ -180,27 +200,39 @@ static void Distances(PermWork* w, int cols, double** data, double** D, int code
         double d = c[k][i] - c[k][j];
         sum += d * d;
       }
-      row[j] = sum > 0.0 ? std::sqrt(sum) : 0.0;
+      double d = sum > 0.0 ? std::sqrt(sum) : 0.0;
+      row[j] = d;
+      total += d;
     }
   }
+  *pairSum = total;
+  return true;
 }
 
 // D = |R[i] - R[j]| of the entropies, AbsValFunctionMV's values for one
 // column (0 + |x| is |x|); the pairs i < j and the diagonal only, like
-// Distances. With -999, AbsValFunctionMV.
-static void EntropyDistances(PermWork* w, double** R, double** D) {
+// Distances, and their sum in pair order in *pairSum (true). With -999,
+// AbsValFunctionMV (false).
+static bool EntropyDistances(PermWork* w, double** R, double** D, double* pairSum) {
   int n = w->n;
   for (int i = 0; i < n; i++)
     if (R[i][0] == -999.0 || permTestPlainLoops) {
       AbsValFunctionMV(n, 1, R, D);
-      return;
+      return false;
     }
+  double total = 0.0;
   for (int i = 0; i < n; i++) {
     double x = R[i][0];
     double* row = D[i];
     row[i] = 0.0;
-    for (int j = i + 1; j < n; j++) row[j] = std::fabs(x - R[j][0]);
+    for (int j = i + 1; j < n; j++) {
+      double d = std::fabs(x - R[j][0]);
+      row[j] = d;
+      total += d;
+    }
   }
+  *pairSum = total;
+  return true;
 }
 
 // c(A, B) of two data matrices with `rows` rows: Procrustes for opt_ro 2,
@@ -257,15 +289,17 @@ static double RhoOf(double cross, double ssA, double ssB) {
 // passes over the pairs shared by all: the sums of DT, DX and DR side by
 // side, then their deviations from the means, sums of squares and the ten
 // cross products, each sum in pair order. Nothing else reads the prepared
-// forms of DT, DX and DR in an iteration, so they are not stored.
-static bool FusedRho(PermWork* w) {
+// forms of DT, DX and DR in an iteration, so they are not stored. `given`
+// is true when `sum` already holds the three sums of pairs.
+static bool FusedRho(PermWork* w, bool given, double* sum) {
   w->fused = false;
   if (!w->prepared || w->phyl || !w->ok[RHO_E] || !w->ok[RHO_Y] || !w->ok[RHO_Z]) return false;
-  double** D[3] = {w->DT, w->DX, w->DR};
-  double sum[3];
-  bool missing[3];
-  MatrixCorrPairSums(w->n, 3, D, sum, missing);
-  if (missing[0] || missing[1] || missing[2]) return false;
+  if (!given) {
+    double** D[3] = {w->DT, w->DX, w->DR};
+    bool missing[3];
+    MatrixCorrPairSums(w->n, 3, D, sum, missing);
+    if (missing[0] || missing[1] || missing[2]) return false;
+  }
   long count = w->pairs;
   double mT = sum[0] / count, mX = sum[1] / count, mR = sum[2] / count;
   const double *e = w->cen[RHO_E], *y = w->cen[RHO_Y], *z = w->cen[RHO_Z];
@@ -318,27 +352,31 @@ static void MantelMatrices(PermWork* w, int which, bool tryFused) {
   if (!w->mantel) return;
   int n = w->n, k = 0, id[5];
   double** D[5];
+  // The sums of pairs of DT, DX and DR, when their loops give them.
+  double sum[3], spare;
+  bool given = true;
   if (which & MM_T) {
-    Distances(w, in->nTraits, w->T, w->DT, 3);
+    given &= Distances(w, in->nTraits, w->T, w->DT, 3, &sum[0]);
     D[k] = w->DT, id[k++] = RHO_T;
   }
   if (which & MM_X) {
-    Distances(w, in->nTypes, w->X, w->DX, w->code);
+    given &= Distances(w, in->nTypes, w->X, w->DX, w->code, &sum[1]);
     D[k] = w->DX, id[k++] = RHO_X;
     if (w->phyl) {
-      Distances(w, in->nTaxa, w->P, w->DP, w->code);
+      Distances(w, in->nTaxa, w->P, w->DP, w->code, &spare);
       D[k] = w->DP, id[k++] = RHO_P;
     }
   }
   if (which & MM_R) {
-    EntropyDistances(w, w->R, w->DR);
+    given &= EntropyDistances(w, w->R, w->DR, &sum[2]);
     D[k] = w->DR, id[k++] = RHO_R;
     if (w->phyl) {
-      EntropyDistances(w, w->Rp, w->DRp);
+      EntropyDistances(w, w->Rp, w->DRp, &spare);
       D[k] = w->DRp, id[k++] = RHO_RP;
     }
   }
-  if (!w->prepared || k == 0 || (tryFused && FusedRho(w))) return;
+  given &= which == (MM_T | MM_X | MM_R);
+  if (!w->prepared || k == 0 || (tryFused && FusedRho(w, given, sum))) return;
   double* centred[5];
   double ss[5];
   bool ok[5];
