@@ -111,6 +111,7 @@ struct PermWork {
   double* cen[N_RHO_MATRICES];  // [pairs] centred pairs of each matrix
   double ss[N_RHO_MATRICES];    // their sums of squares
   bool ok[N_RHO_MATRICES];      // prepared (no -999): else MatrixCorr
+  double* eyze;                 // [4 pairs] centred E, Y, Z, E of each pair
   double stat[N_PERMTEST_STATS];   // statistics of the present arrangement
   double count[N_PERMTEST_STATS];  // running counts, the observed one included
   double rXT, rXR, rTR;            // helpers of the partial statistics
@@ -302,30 +303,36 @@ static bool FusedRho(PermWork* w, bool given, double* sum) {
   }
   long count = w->pairs;
   double mT = sum[0] / count, mX = sum[1] / count, mR = sum[2] / count;
-  const double *e = w->cen[RHO_E], *y = w->cen[RHO_Y], *z = w->cen[RHO_Z];
-  double sT = 0.0, sX = 0.0, sR = 0.0;
-  double tE = 0.0, tY = 0.0, tZ = 0.0, xE = 0.0, xT = 0.0, xY = 0.0, xZ = 0.0, rE = 0.0, rX = 0.0, rT = 0.0;
+  // Two sums to a vector, each lane its own sum with the same operations
+  // in the same order: (tE, tY), (tZ, xE), (xT, xY), (xZ, rE), (rX, rT),
+  // (sT, sX); sR alone.
+  const double* eyze = w->eyze;
+  const Lanes2 mTX = {mT, mX};
+  Lanes2 aTETY = {0.0, 0.0}, aTZXE = aTETY, aXTXY = aTETY, aXZRE = aTETY, aRXRT = aTETY, aSTSX = aTETY;
+  double sR = 0.0;
   long p = 0;
   for (int i = 0; i < w->n; i++) {
     const double *dt = w->DT[i], *dx = w->DX[i], *dr = w->DR[i];
     for (int j = i + 1; j < w->n; j++, p++) {
-      double T = dt[j] - mT, X = dx[j] - mX, R = dr[j] - mR;
-      sT += T * T;
-      sX += X * X;
+      Lanes2 d = {dt[j], dx[j]};
+      Lanes2 TX = d - mTX;
+      double R = dr[j] - mR;
+      Lanes2 EY, ZE;
+      memcpy(&EY, eyze + 4 * p, sizeof(EY));
+      memcpy(&ZE, eyze + 4 * p + 2, sizeof(ZE));
+      double T = TX[0], X = TX[1];
+      Lanes2 TT = {T, T}, XX = {X, X}, RR = {R, R}, XR = {X, R}, TY = {T, EY[1]}, XT = {X, T};
       sR += R * R;
-      double E = e[p], Y = y[p], Z = z[p];
-      tE += T * E;
-      tY += T * Y;
-      tZ += T * Z;
-      xE += X * E;
-      xT += X * T;
-      xY += X * Y;
-      xZ += X * Z;
-      rE += R * E;
-      rX += R * X;
-      rT += R * T;
+      aSTSX += TX * TX;
+      aTETY += TT * EY;
+      aTZXE += TX * ZE;
+      aXTXY += XX * TY;
+      aXZRE += XR * ZE;
+      aRXRT += RR * XT;
     }
   }
+  double sT = aSTSX[0], sX = aSTSX[1], tE = aTETY[0], tY = aTETY[1], tZ = aTZXE[0], xE = aTZXE[1];
+  double xT = aXTXY[0], xY = aXTXY[1], xZ = aXZRE[0], rE = aXZRE[1], rX = aRXRT[0], rT = aRXRT[1];
   double* ss = w->ss;
   ss[RHO_T] = sT, ss[RHO_X] = sX, ss[RHO_R] = sR;
   w->ok[RHO_T] = w->ok[RHO_X] = w->ok[RHO_R] = true;
@@ -833,6 +840,13 @@ static void AllocWork(PermWork* w, PermTest_FunctionalPhyl_Correl_Input* in) {
     PrepareRho(w, RHO_E, in->DE);
     PrepareRho(w, RHO_Y, in->DY);
     PrepareRho(w, RHO_Z, in->DZ);
+    // Their pairs side by side, as the products of an iteration read them.
+    w->eyze = dim1Double(4 * w->pairs);
+    for (long p = 0; p < w->pairs; p++) {
+      w->eyze[4 * p] = w->eyze[4 * p + 3] = w->cen[RHO_E][p];
+      w->eyze[4 * p + 1] = w->cen[RHO_Y][p];
+      w->eyze[4 * p + 2] = w->cen[RHO_Z][p];
+    }
   }
   if (in->saveDetail && in->detailFile) {
     int side = n > nO ? n : nO;
@@ -876,8 +890,10 @@ static void FreeWork(PermWork* w) {
       free2D(w->DRp, n);
     }
   }
-  if (w->prepared)
+  if (w->prepared) {
     for (int k = 0; k < N_RHO_MATRICES; k++) free1D(w->cen[k]);
+    free1D(w->eyze);
+  }
   if (w->colsT) {
     int cols = in->nTraits > in->nTypes ? in->nTraits : in->nTypes;
     if (w->phyl && in->nTaxa > cols) cols = in->nTaxa;
