@@ -100,8 +100,9 @@ struct PermWork {
   int nGroups;         // groups of RAO_LANES communities
   int* laneStart;      // [nGroups + 1] start of each group in laneQ, laneOTU
   int* laneComm;       // [nGroups * RAO_LANES] community of each lane, -1 none
-  double* laneQ;       // share a / total of each occurrence, 0 when padding
-  int* laneOTU;        // its zero-based OTU (0 when padding)
+  double* laneQ;       // share a / total of each occurrence, 0 when padding:
+                       // the x-th of lane L at RAO_LANES x + L in its group
+  int* laneOTU;        // its zero-based OTU (0 when padding), the same way
   double** laneRow;    // [RAO_LANES * maxOcc] permuted distance rows
   int* laneCol;        // [RAO_LANES * maxOcc] permuted columns
   // Mantel correlations of three communities or more on prepared matrices:
@@ -997,7 +998,6 @@ static void SetupRaoLanes(PermWork* w) {
   w->laneQ = dim1Double(size > 0 ? size : 1);
   w->laneOTU = dim1Dint(size > 0 ? size : 1);
   for (int g = 0; g < w->nGroups; g++) {
-    int M = (w->laneStart[g + 1] - w->laneStart[g]) / RAO_LANES;
     for (int L = 0; L < RAO_LANES; L++) {
       int slot = g * RAO_LANES + L;
       int c = slot < n ? order[slot] : -1;
@@ -1008,8 +1008,8 @@ static void SetupRaoLanes(PermWork* w) {
       double sum = 0.0;
       for (int x = 0; x < m; x++) sum += w->occW[s + x];
       for (int x = 0; x < m; x++) {
-        w->laneQ[w->laneStart[g] + L * M + x] = w->occW[s + x] / sum;
-        w->laneOTU[w->laneStart[g] + L * M + x] = w->occOTU[s + x];
+        w->laneQ[w->laneStart[g] + RAO_LANES * x + L] = w->occW[s + x] / sum;
+        w->laneOTU[w->laneStart[g] + RAO_LANES * x + L] = w->occOTU[s + x];
       }
     }
   }
@@ -1155,20 +1155,27 @@ static void LaneRao(PermWork* w, int g, double** D, double** out) {
     w->laneCol[k] = o;
     w->laneRow[k] = D[o];
   }
-  const double *q0 = w->laneQ + base, *q1 = q0 + M, *q2 = q1 + M, *q3 = q2 + M;
-  const int *c0 = w->laneCol, *c1 = c0 + M, *c2 = c1 + M, *c3 = c2 + M;
-  double s0 = 0.0, s1 = 0.0, s2 = 0.0, s3 = 0.0;
+  // The lanes two to a vector: each lane's products and sum as before.
+  const double* q = w->laneQ + base;
+  const int* c = w->laneCol;
+  Lanes2 s01 = {0.0, 0.0}, s23 = s01;
   for (int i = 0; i < M; i++) {
-    const double *r0 = w->laneRow[i], *r1 = w->laneRow[M + i], *r2 = w->laneRow[2 * M + i],
-                 *r3 = w->laneRow[3 * M + i];
-    double p0 = q0[i], p1 = q1[i], p2 = q2[i], p3 = q3[i];
+    const double *r0 = w->laneRow[4 * i], *r1 = w->laneRow[4 * i + 1], *r2 = w->laneRow[4 * i + 2],
+                 *r3 = w->laneRow[4 * i + 3];
+    Lanes2 p01, p23;
+    memcpy(&p01, q + 4 * i, sizeof(p01));
+    memcpy(&p23, q + 4 * i + 2, sizeof(p23));
     for (int j = 0; j < M; j++) {
-      s0 += p0 * (q0[j] * r0[c0[j]]);
-      s1 += p1 * (q1[j] * r1[c1[j]]);
-      s2 += p2 * (q2[j] * r2[c2[j]]);
-      s3 += p3 * (q3[j] * r3[c3[j]]);
+      const int* cj = c + 4 * j;
+      Lanes2 q01, q23;
+      memcpy(&q01, q + 4 * j, sizeof(q01));
+      memcpy(&q23, q + 4 * j + 2, sizeof(q23));
+      Lanes2 d01 = {r0[cj[0]], r1[cj[1]]}, d23 = {r2[cj[2]], r3[cj[3]]};
+      s01 += p01 * (q01 * d01);
+      s23 += p23 * (q23 * d23);
     }
   }
+  double s0 = s01[0], s1 = s01[1], s2 = s23[0], s3 = s23[1];
   const double sums[RAO_LANES] = {s0, s1, s2, s3};
   for (int L = 0; L < RAO_LANES; L++)
     if (w->laneComm[g * RAO_LANES + L] >= 0) out[w->laneComm[g * RAO_LANES + L]][0] = sums[L];
