@@ -129,19 +129,16 @@ struct PermWork {
 // arithmetic per lane, the same as one at a time).
 #define DIST_BLOCK 8
 typedef double Lanes2 __attribute__((vector_size(16)));
-typedef long long Mask2 __attribute__((vector_size(16)));
 
 // s > 0 ? sqrt(s) : 0 lane by lane (a NaN gives 0). The square root is
 // correctly rounded whether taken two at a time or one by one.
 static inline Lanes2 RootOrZero(Lanes2 s) {
-  Lanes2 zero = {0.0, 0.0};
-  Mask2 positive = s > zero;
 #ifdef __SSE2__
-  Lanes2 root = _mm_sqrt_pd(s);
+  return (Lanes2)_mm_and_pd(_mm_sqrt_pd((__m128d)s), _mm_cmpgt_pd((__m128d)s, _mm_setzero_pd()));
 #else
-  Lanes2 root = {std::sqrt(s[0]), std::sqrt(s[1])};
+  Lanes2 r = {s[0] > 0.0 ? std::sqrt(s[0]) : 0.0, s[1] > 0.0 ? std::sqrt(s[1]) : 0.0};
+  return r;
 #endif
-  return (Lanes2)((Mask2)root & positive);
 }
 
 // D = Euclidean distances between the rows of data (n by cols), as
@@ -195,6 +192,19 @@ static bool Distances(PermWork* w, int cols, double** data, double** D, int code
       memcpy(row + j + 4, &s2, sizeof(s2));
       memcpy(row + j + 6, &s3, sizeof(s3));
       for (int t = 0; t < DIST_BLOCK; t++) total += row[j + t];
+    }
+    for (; j + 2 <= n; j += 2) {
+      Lanes2 s0 = {0.0, 0.0};
+      for (int k = 0; k < cols; k++) {
+        Lanes2 x = {c[k][i], c[k][i]}, a0;
+        memcpy(&a0, c[k] + j, sizeof(a0));
+        Lanes2 d0 = x - a0;
+        s0 += d0 * d0;
+      }
+      s0 = RootOrZero(s0);
+      memcpy(row + j, &s0, sizeof(s0));
+      total += row[j];
+      total += row[j + 1];
     }
     for (; j < n; j++) {
       double sum = 0.0;
