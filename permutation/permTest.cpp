@@ -141,6 +141,19 @@ static inline Lanes2 RootOrZero(Lanes2 s) {
 #endif
 }
 
+// Row i of the entropy distances |R[i] - R[j]|, the diagonal and j > i,
+// each added to *total in pair order.
+static inline void EntropyRow(int n, int i, double** R, double* row, double* total) {
+  double x = R[i][0], sum = *total;
+  row[i] = 0.0;
+  for (int j = i + 1; j < n; j++) {
+    double d = std::fabs(x - R[j][0]);
+    row[j] = d;
+    sum += d;
+  }
+  *total = sum;
+}
+
 // D = Euclidean distances between the rows of data (n by cols), as
 // ResemblanceLib with code 3 gives them: EucliDist's sums, each pair's over
 // k in order, but DIST_BLOCK pairs of a row at a time from the data by
@@ -148,8 +161,12 @@ static inline Lanes2 RootOrZero(Lanes2 s) {
 // the pairs i < j are written: nothing here reads the lower triangle. Data
 // with -999 go to ResemblanceLib. On this path *pairSum gets the sum of the
 // pairs i < j in pair order, as MatrixCorrPairSums adds them (no pair is
-// -999 here), and the result is true; false after ResemblanceLib.
-static bool Distances(PermWork* w, int cols, double** data, double** D, int code, double* pairSum) {
+// -999 here), and the result is true; false after ResemblanceLib. With R
+// (entropies without -999), the rows of their distances DR and the sum of
+// those pairs (*pairSumR) are made row by row with these, so that their
+// additions overlap the sums of squares.
+static bool Distances(PermWork* w, int cols, double** data, double** D, int code, double* pairSum,
+                      double** R = NULL, double** DR = NULL, double* pairSumR = NULL) {
   int n = w->n;
   if (!w->colsT || code != 3) {
     ResemblanceLib(n, cols, data, D, 1, code, 0, NULL, 0.0, 0.0, 0, false);
@@ -165,7 +182,7 @@ static bool Distances(PermWork* w, int cols, double** data, double** D, int code
       w->colsT[k][i] = x;
     }
   double** c = w->colsT;
-  double total = 0.0;
+  double total = 0.0, totalR = 0.0;
   for (int i = 0; i < n; i++) {
     double* row = D[i];
     row[i] = 0.0;
@@ -216,8 +233,18 @@ static bool Distances(PermWork* w, int cols, double** data, double** D, int code
       row[j] = d;
       total += d;
     }
+    if (R) EntropyRow(n, i, R, DR[i], &totalR);
   }
   *pairSum = total;
+  if (R) *pairSumR = totalR;
+  return true;
+}
+
+// No entropy is -999 (and the loops here are in use).
+static bool EntropiesPlain(const PermWork* w, double** R) {
+  if (permTestPlainLoops) return false;
+  for (int i = 0; i < w->n; i++)
+    if (R[i][0] == -999.0) return false;
   return true;
 }
 
@@ -227,22 +254,12 @@ static bool Distances(PermWork* w, int cols, double** data, double** D, int code
 // AbsValFunctionMV (false).
 static bool EntropyDistances(PermWork* w, double** R, double** D, double* pairSum) {
   int n = w->n;
-  for (int i = 0; i < n; i++)
-    if (R[i][0] == -999.0 || permTestPlainLoops) {
-      AbsValFunctionMV(n, 1, R, D);
-      return false;
-    }
-  double total = 0.0;
-  for (int i = 0; i < n; i++) {
-    double x = R[i][0];
-    double* row = D[i];
-    row[i] = 0.0;
-    for (int j = i + 1; j < n; j++) {
-      double d = std::fabs(x - R[j][0]);
-      row[j] = d;
-      total += d;
-    }
+  if (!EntropiesPlain(w, R)) {
+    AbsValFunctionMV(n, 1, R, D);
+    return false;
   }
+  double total = 0.0;
+  for (int i = 0; i < n; i++) EntropyRow(n, i, R, D[i], &total);
   *pairSum = total;
   return true;
 }
@@ -377,8 +394,13 @@ static void MantelMatrices(PermWork* w, int which, bool tryFused) {
     given &= Distances(w, in->nTraits, w->T, w->DT, 3, &sum[0]);
     D[k] = w->DT, id[k++] = RHO_T;
   }
+  // DR along with DX when both are wanted and the entropies are plain.
+  bool drDone = false;
   if (which & MM_X) {
-    given &= Distances(w, in->nTypes, w->X, w->DX, w->code, &sum[1]);
+    bool withR = (which & MM_R) && EntropiesPlain(w, w->R);
+    drDone = Distances(w, in->nTypes, w->X, w->DX, w->code, &sum[1], withR ? w->R : NULL, w->DR, &sum[2]);
+    given &= drDone;
+    drDone &= withR;
     D[k] = w->DX, id[k++] = RHO_X;
     if (w->phyl) {
       Distances(w, in->nTaxa, w->P, w->DP, w->code, &spare);
@@ -386,7 +408,7 @@ static void MantelMatrices(PermWork* w, int which, bool tryFused) {
     }
   }
   if (which & MM_R) {
-    given &= EntropyDistances(w, w->R, w->DR, &sum[2]);
+    if (!drDone) given &= EntropyDistances(w, w->R, w->DR, &sum[2]);
     D[k] = w->DR, id[k++] = RHO_R;
     if (w->phyl) {
       EntropyDistances(w, w->Rp, w->DRp, &spare);
