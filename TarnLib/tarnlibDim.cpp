@@ -398,6 +398,12 @@ void StrToUpper(char* text) {
   for (; *text != '\0'; text++) *text = (char)toupper((unsigned char)*text);
 }
 
+void CopyPrefix(char* target, const char* source, int width) {
+  size_t length = strnlen(source, width < 0 ? 0 : (size_t)width);
+  memcpy(target, source, length);
+  target[length] = '\0';
+}
+
 int StrCmp(const char* a, const char* b) {
   for (;; a++, b++) {
     int ca = toupper((unsigned char)*a), cb = toupper((unsigned char)*b);

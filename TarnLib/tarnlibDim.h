@@ -93,5 +93,8 @@ char* ScanString(FILE* stream, int width, char* buffer, const char* accepted, in
 void trimString(char* text);
 void StrToUpper(char* text);
 int StrCmp(const char* a, const char* b);
+// The first `width` characters of `source` (fewer if it is shorter) into
+// `target`, which holds width + 1 bytes, terminated.
+void CopyPrefix(char* target, const char* source, int width);
 
 #endif

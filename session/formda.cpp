@@ -47,8 +47,7 @@ void ReadWord(FormdaReader& r) { ReadWholeWord(r.fp, r.word, wordSize, r.name); 
 
 // The first `width` characters of `word` into `label` (width + 1 bytes).
 void CopyLabel(char* label, const char* word, int width) {
-  strncpy(label, word, width);
-  label[width] = '\0';
+  CopyPrefix(label, word, width);
 }
 
 void ReadLabel(FormdaReader& r, char* label, int width) {

@@ -18,8 +18,7 @@ namespace {
 int UseOtherSession() {
   fprintf(out, "\nEnter name of the session from which data is to be extracted: ");
   ReadStringIn("%s\n", tempName);
-  strncpy(tempSession, tempName, 31);
-  tempSession[31] = '\0';
+  CopyPrefix(tempSession, tempName, 31);
   snprintf(whichFormda, sizeof whichFormda, "%s%s", tempSession, formdaExt);
   FILE* fp = fopenck(whichFormda, volumeName, "r");
   if (fp == nullptr) return 0;

@@ -51,8 +51,7 @@ static void BuildStructuresName() {
 static int NameSession(int option) {
   fprintf(out, "Enter session name: ");
   ReadStringIn("%s\n", tempName);
-  strncpy(sessionShortName, tempName, 21);
-  sessionShortName[21] = '\0';
+  CopyPrefix(sessionShortName, tempName, 21);
   volumeName[0] = '\0';
   strcpy(sessionName, sessionShortName);
   snprintf(whichTrack, sizeof whichTrack, "%.40s%s", sessionName, trackExt);
