@@ -5,12 +5,15 @@
 // 2010, Ecology Letters 13: 587-596), with Procrustes and RV alternatives.
 #include "permutation/permTest.h"
 
+#include "permutation/permLanes.h"
+
 #include <omp.h>
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 #include "TarnLib/tarnlibCongruence.h"
@@ -92,8 +95,10 @@ struct PermWork {
   int maxOcc;          // most occurrences in a community
   bool plainTerms;     // no -999 among the occurrences, every weight 1
   bool plainB;         // B holds no -999
-  double** colsT;      // [max(nTraits, nTypes)][n] data by columns for the distances
-  double* rowSums;     // [n] running sums of one row of distances
+  double** colsT;      // [max(nTraits, nTypes)][n] data by columns for the distances,
+  double** colsX;      // [nTypes][n] X by columns, when T's distances run beside it;
+                       // each one block, a column after the other
+  double* rowR;        // [n] the entropies in a row, for the same
   // Rao entropies in lanes: communities by decreasing occurrences, four at a
   // time, each padded with zero shares to the first one's count.
   bool raoLanes;       // the lanes are in use (no -999, all weights 1)
@@ -105,6 +110,7 @@ struct PermWork {
   int* laneOTU;        // its zero-based OTU (0 when padding), the same way
   double** laneRow;    // [RAO_LANES * maxOcc] permuted distance rows
   int* laneCol;        // [RAO_LANES * maxOcc] permuted columns
+  uint16_t* laneCol16; // the same in 16 bits when every OTU fits, else NULL
   // Mantel correlations of three communities or more on prepared matrices:
   // each matrix's pairs minus their mean once, then one pass per correlation.
   bool prepared;       // the prepared forms are in use
@@ -154,6 +160,16 @@ static inline void EntropyRow(int n, int i, double** R, double* row, double* tot
   *total = sum;
 }
 
+// out[k][i] = data[i][k]; false at the first -999.
+static bool ByColumns(int n, int cols, double** data, double** out) {
+  for (int i = 0; i < n; i++)
+    for (int k = 0; k < cols; k++) {
+      if (data[i][k] == -999.0) return false;
+      out[k][i] = data[i][k];
+    }
+  return true;
+}
+
 // D = Euclidean distances between the rows of data (n by cols), as
 // ResemblanceLib with code 3 gives them: EucliDist's sums, each pair's over
 // k in order, but DIST_BLOCK pairs of a row at a time from the data by
@@ -168,19 +184,10 @@ static inline void EntropyRow(int n, int i, double** R, double* row, double* tot
 static bool Distances(PermWork* w, int cols, double** data, double** D, int code, double* pairSum,
                       double** R = NULL, double** DR = NULL, double* pairSumR = NULL) {
   int n = w->n;
-  if (!w->colsT || code != 3) {
+  if (!w->colsT || code != 3 || !ByColumns(n, cols, data, w->colsT)) {
     ResemblanceLib(n, cols, data, D, 1, code, 0, NULL, 0.0, 0.0, 0, false);
     return false;
   }
-  for (int i = 0; i < n; i++)
-    for (int k = 0; k < cols; k++) {
-      double x = data[i][k];
-      if (x == -999.0) {
-        ResemblanceLib(n, cols, data, D, 1, code, 0, NULL, 0.0, 0.0, 0, false);
-        return false;
-      }
-      w->colsT[k][i] = x;
-    }
   double** c = w->colsT;
   double total = 0.0, totalR = 0.0;
   for (int i = 0; i < n; i++) {
@@ -305,6 +312,28 @@ static void RhoMany(PermWork* w, int a, double** A, int k, const int* b, double*
   for (int u = 0; u < used; u++) r[which[u]] = out[u];
 }
 
+// DT, DX and, when wanted and plain, DR of an arrangement in one pass on
+// wide lanes, with the sums of their pairs in sum[0..2]; *drDone tells
+// whether DR was made. False, with nothing made, when the lanes are off or
+// the data need the general distances.
+static bool WideDistances(PermWork* w, bool wantR, double* sum, bool* drDone) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int n = w->n;
+  *drDone = false;
+  if (!permTestWideLanes || !w->colsT || w->code != 3 || !ByColumns(n, in->nTraits, w->T, w->colsT) ||
+      !ByColumns(n, in->nTypes, w->X, w->colsX))
+    return false;
+  bool withR = wantR && EntropiesPlain(w, w->R);
+  if (withR)
+    for (int c = 0; c < n; c++) w->rowR[c] = w->R[c][0];
+  LaneMatrix t = {in->nTraits, w->colsT[0], w->DT, 0.0}, x = {in->nTypes, w->colsX[0], w->DX, 0.0};
+  LaneDistances(n, &t, &x, withR ? w->rowR : NULL, w->DR, &sum[2]);
+  sum[0] = t.total;
+  sum[1] = x.total;
+  *drDone = withR;
+  return true;
+}
+
 // The matrices of the statistics that follow, as the bits of `which`.
 enum { MM_T = 1, MM_X = 2, MM_R = 4 };
 
@@ -313,24 +342,10 @@ static double RhoOf(double cross, double ssA, double ssB) {
   return (ssA == 0.0 || ssB == 0.0) ? 0.0 : cross / std::sqrt(ssA * ssB);
 }
 
-// Without phylogeny, when DE, DY and DZ are prepared and DT, DX and DR
-// hold no -999: the ten rho values of an arrangement with MatrixCorr's two
-// passes over the pairs shared by all: the sums of DT, DX and DR side by
-// side, then their deviations from the means, sums of squares and the ten
-// cross products, each sum in pair order. Nothing else reads the prepared
-// forms of DT, DX and DR in an iteration, so they are not stored. `given`
-// is true when `sum` already holds the three sums of pairs.
-static bool FusedRho(PermWork* w, bool given, double* sum) {
-  w->fused = false;
-  if (!w->prepared || w->phyl || !w->ok[RHO_E] || !w->ok[RHO_Y] || !w->ok[RHO_Z]) return false;
-  if (!given) {
-    double** D[3] = {w->DT, w->DX, w->DR};
-    bool missing[3];
-    MatrixCorrPairSums(w->n, 3, D, sum, missing);
-    if (missing[0] || missing[1] || missing[2]) return false;
-  }
-  long count = w->pairs;
-  double mT = sum[0] / count, mX = sum[1] / count, mR = sum[2] / count;
+// Mantel's second pass over the pairs of DT, DX and DR with their means:
+// t = tE, tY, tZ, xE, xT, xY, xZ, rE, rX, rT, sT, sX, sR, as LaneCrossSums
+// gives them, two sums to a vector.
+static void CrossSums(const PermWork* w, double mT, double mX, double mR, double* t) {
   // Two sums to a vector, each lane its own sum with the same operations
   // in the same order: (tE, tY), (tZ, xE), (xT, xY), (xZ, rE), (rX, rT),
   // (sT, sX); sR alone.
@@ -359,8 +374,36 @@ static bool FusedRho(PermWork* w, bool given, double* sum) {
       aRXRT += RR * XT;
     }
   }
-  double sT = aSTSX[0], sX = aSTSX[1], tE = aTETY[0], tY = aTETY[1], tZ = aTZXE[0], xE = aTZXE[1];
-  double xT = aXTXY[0], xY = aXTXY[1], xZ = aXZRE[0], rE = aXZRE[1], rX = aRXRT[0], rT = aRXRT[1];
+  const double sums[13] = {aTETY[0], aTETY[1], aTZXE[0], aTZXE[1], aXTXY[0], aXTXY[1], aXZRE[0],
+                           aXZRE[1], aRXRT[0], aRXRT[1], aSTSX[0], aSTSX[1], sR};
+  memcpy(t, sums, sizeof(sums));
+}
+
+// Without phylogeny, when DE, DY and DZ are prepared and DT, DX and DR
+// hold no -999: the ten rho values of an arrangement with MatrixCorr's two
+// passes over the pairs shared by all: the sums of DT, DX and DR side by
+// side, then their deviations from the means, sums of squares and the ten
+// cross products, each sum in pair order. Nothing else reads the prepared
+// forms of DT, DX and DR in an iteration, so they are not stored. `given`
+// is true when `sum` already holds the three sums of pairs.
+static bool FusedRho(PermWork* w, bool given, double* sum) {
+  w->fused = false;
+  if (!w->prepared || w->phyl || !w->ok[RHO_E] || !w->ok[RHO_Y] || !w->ok[RHO_Z]) return false;
+  if (!given) {
+    double** D[3] = {w->DT, w->DX, w->DR};
+    bool missing[3];
+    MatrixCorrPairSums(w->n, 3, D, sum, missing);
+    if (missing[0] || missing[1] || missing[2]) return false;
+  }
+  long count = w->pairs;
+  double mT = sum[0] / count, mX = sum[1] / count, mR = sum[2] / count;
+  double t[13];
+  if (permTestWideLanes)
+    LaneCrossSums(w->n, w->DT, w->DX, w->DR, mT, mX, mR, w->eyze, t);
+  else
+    CrossSums(w, mT, mX, mR, t);
+  double tE = t[0], tY = t[1], tZ = t[2], xE = t[3], xT = t[4], xY = t[5], xZ = t[6], rE = t[7];
+  double rX = t[8], rT = t[9], sT = t[10], sX = t[11], sR = t[12];
   double* ss = w->ss;
   ss[RHO_T] = sT, ss[RHO_X] = sX, ss[RHO_R] = sR;
   w->ok[RHO_T] = w->ok[RHO_X] = w->ok[RHO_R] = true;
@@ -389,18 +432,20 @@ static void MantelMatrices(PermWork* w, int which, bool tryFused) {
   double** D[5];
   // The sums of pairs of DT, DX and DR, when their loops give them.
   double sum[3], spare;
-  bool given = true;
+  bool given = true, drDone = false;
+  bool wide = (which & MM_T) && (which & MM_X) && WideDistances(w, which & MM_R, sum, &drDone);
   if (which & MM_T) {
-    given &= Distances(w, in->nTraits, w->T, w->DT, 3, &sum[0]);
+    if (!wide) given &= Distances(w, in->nTraits, w->T, w->DT, 3, &sum[0]);
     D[k] = w->DT, id[k++] = RHO_T;
   }
   // DR along with DX when both are wanted and the entropies are plain.
-  bool drDone = false;
   if (which & MM_X) {
-    bool withR = (which & MM_R) && EntropiesPlain(w, w->R);
-    drDone = Distances(w, in->nTypes, w->X, w->DX, w->code, &sum[1], withR ? w->R : NULL, w->DR, &sum[2]);
-    given &= drDone;
-    drDone &= withR;
+    if (!wide) {
+      bool withR = (which & MM_R) && EntropiesPlain(w, w->R);
+      drDone = Distances(w, in->nTypes, w->X, w->DX, w->code, &sum[1], withR ? w->R : NULL, w->DR, &sum[2]);
+      given &= drDone;
+      drDone &= withR;
+    }
     D[k] = w->DX, id[k++] = RHO_X;
     if (w->phyl) {
       Distances(w, in->nTaxa, w->P, w->DP, w->code, &spare);
@@ -806,6 +851,15 @@ void FillWeightedOTUList(int nOTUs, int nCommunities, double** W, int* list, int
         if (W[c][i] > 0.0 && k < length) list[k++] = i + 1;
 }
 
+// cols columns of n values in one block, column k at row pointer k.
+static double** ColumnBlock(int cols, int n) {
+  if (cols < 1) cols = 1;
+  double** c = PointerRows(cols);
+  c[0] = (double*)dim1D(sizeof(double) * (unsigned long)cols, n);
+  for (int k = 1; k < cols; k++) c[k] = c[0] + (long)k * n;
+  return c;
+}
+
 static void AllocWork(PermWork* w, PermTest_FunctionalPhyl_Correl_Input* in) {
   memset(w, 0, sizeof(*w));
   w->in = in;
@@ -864,8 +918,9 @@ static void AllocWork(PermWork* w, PermTest_FunctionalPhyl_Correl_Input* in) {
   if (w->mantel && !permTestPlainLoops && n > 0) {
     int cols = in->nTraits > in->nTypes ? in->nTraits : in->nTypes;
     if (w->phyl && in->nTaxa > cols) cols = in->nTaxa;
-    w->colsT = dim2Double(cols > 0 ? cols : 1, n);
-    w->rowSums = dim1Double(n);
+    w->colsT = ColumnBlock(cols, n);
+    w->colsX = ColumnBlock(in->nTypes, n);
+    w->rowR = dim1Double(n);
   }
   if (w->prepared) {
     w->pairs = (long)n * (n - 1) / 2;
@@ -930,8 +985,11 @@ static void FreeWork(PermWork* w) {
   if (w->colsT) {
     int cols = in->nTraits > in->nTypes ? in->nTraits : in->nTypes;
     if (w->phyl && in->nTaxa > cols) cols = in->nTaxa;
-    free2D(w->colsT, cols > 0 ? cols : 1);
-    free1D(w->rowSums);
+    free1D(w->colsT[0]);
+    free1D(w->colsT);
+    free1D(w->colsX[0]);
+    free1D(w->colsX);
+    free1D(w->rowR);
   }
   if (w->printWork) {
     int side = n > nO ? n : nO;
@@ -1049,6 +1107,7 @@ static void SetupRaoLanes(PermWork* w) {
   int side = RAO_LANES * (w->maxOcc > 0 ? w->maxOcc : 1);
   w->laneRow = PointerRows(side);
   w->laneCol = dim1Dint(side);
+  if (nO <= 65536) w->laneCol16 = (uint16_t*)dim1D(sizeof(uint16_t), side);
   w->raoLanes = true;
 }
 
@@ -1115,6 +1174,7 @@ static void FreeOccurrences(PermWork* w) {
   free1D(w->laneOTU);
   free1D(w->laneRow);
   free1D(w->laneCol);
+  if (w->laneCol16) free1D(w->laneCol16);
 }
 
 // o[k .. k + 2 NB - 1] = sum over x < m of a[x] rows[x][k ..], each column's
@@ -1175,6 +1235,41 @@ static void OccurrenceProducts(PermWork* w, double** from, int cols, double** ou
   }
 }
 
+// The columns of the four lanes at position j: from ints, or from four
+// 16-bit columns read as one 64-bit word (fewer loads in the hottest loop).
+static inline void LaneColumns(const int* c, int j, int* out) {
+  for (int L = 0; L < RAO_LANES; L++) out[L] = c[RAO_LANES * j + L];
+}
+static inline void LaneColumns(const uint16_t* c, int j, int* out) {
+  uint64_t v;
+  memcpy(&v, c + RAO_LANES * j, sizeof(v));
+  for (int L = 0; L < RAO_LANES; L++) out[L] = (int)((v >> (16 * L)) & 0xffff);
+}
+
+// The four lanes' sums over i, then j, of q_i (q_j d_ij), two lanes to a
+// vector: each lane's products and sum as one at a time.
+template <typename Column>
+static void LaneSums(int M, const double* q, double* const* rows, const Column* c, double* sums) {
+  Lanes2 s01 = {0.0, 0.0}, s23 = s01;
+  for (int i = 0; i < M; i++) {
+    const double *r0 = rows[4 * i], *r1 = rows[4 * i + 1], *r2 = rows[4 * i + 2], *r3 = rows[4 * i + 3];
+    Lanes2 p01, p23;
+    memcpy(&p01, q + 4 * i, sizeof(p01));
+    memcpy(&p23, q + 4 * i + 2, sizeof(p23));
+    for (int j = 0; j < M; j++) {
+      int cj[RAO_LANES];
+      LaneColumns(c, j, cj);
+      Lanes2 q01, q23;
+      memcpy(&q01, q + 4 * j, sizeof(q01));
+      memcpy(&q23, q + 4 * j + 2, sizeof(q23));
+      Lanes2 d01 = {r0[cj[0]], r1[cj[1]]}, d23 = {r2[cj[2]], r3[cj[3]]};
+      s01 += p01 * (q01 * d01);
+      s23 += p23 * (q23 * d23);
+    }
+  }
+  sums[0] = s01[0], sums[1] = s01[1], sums[2] = s23[0], sums[3] = s23[1];
+}
+
 // RaoIndex_Weight of the communities of group g, lane by lane: for each the
 // sum over i, then j, of q_i (q_j d_ij) with q the shares, the entropy's
 // terms in its order (the distances are symmetric, so the mirrored lower
@@ -1184,31 +1279,17 @@ static void LaneRao(PermWork* w, int g, double** D, double** out) {
   int base = w->laneStart[g], M = (w->laneStart[g + 1] - base) / RAO_LANES;
   for (int k = 0; k < RAO_LANES * M; k++) {
     int o = list[w->laneOTU[base + k]] - 1;
-    w->laneCol[k] = o;
+    if (w->laneCol16)
+      w->laneCol16[k] = (uint16_t)o;
+    else
+      w->laneCol[k] = o;
     w->laneRow[k] = D[o];
   }
-  // The lanes two to a vector: each lane's products and sum as before.
-  const double* q = w->laneQ + base;
-  const int* c = w->laneCol;
-  Lanes2 s01 = {0.0, 0.0}, s23 = s01;
-  for (int i = 0; i < M; i++) {
-    const double *r0 = w->laneRow[4 * i], *r1 = w->laneRow[4 * i + 1], *r2 = w->laneRow[4 * i + 2],
-                 *r3 = w->laneRow[4 * i + 3];
-    Lanes2 p01, p23;
-    memcpy(&p01, q + 4 * i, sizeof(p01));
-    memcpy(&p23, q + 4 * i + 2, sizeof(p23));
-    for (int j = 0; j < M; j++) {
-      const int* cj = c + 4 * j;
-      Lanes2 q01, q23;
-      memcpy(&q01, q + 4 * j, sizeof(q01));
-      memcpy(&q23, q + 4 * j + 2, sizeof(q23));
-      Lanes2 d01 = {r0[cj[0]], r1[cj[1]]}, d23 = {r2[cj[2]], r3[cj[3]]};
-      s01 += p01 * (q01 * d01);
-      s23 += p23 * (q23 * d23);
-    }
-  }
-  double s0 = s01[0], s1 = s01[1], s2 = s23[0], s3 = s23[1];
-  const double sums[RAO_LANES] = {s0, s1, s2, s3};
+  double sums[RAO_LANES];
+  if (w->laneCol16)
+    LaneSums(M, w->laneQ + base, w->laneRow, w->laneCol16, sums);
+  else
+    LaneSums(M, w->laneQ + base, w->laneRow, w->laneCol, sums);
   for (int L = 0; L < RAO_LANES; L++)
     if (w->laneComm[g * RAO_LANES + L] >= 0) out[w->laneComm[g * RAO_LANES + L]][0] = sums[L];
 }

@@ -9,6 +9,7 @@
 
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibRandom.h"
+#include "permutation/permLanes.h"
 #include "permutation/permTest.h"
 
 namespace {
@@ -330,6 +331,12 @@ TEST(PermTestReproducibility, ThreadsAndFasterPathChangeNothing) {
     }
     permTestPlainLoops = true;
     ExpectSameRuns(&pc, 99, [] { permTestPlainLoops = false; }, "zero abundances skipped");
+    // The four-lane distances and cross products, where the processor has
+    // them, against the two-lane ones.
+    if (permTestWideLanes) {
+      permTestWideLanes = false;
+      ExpectSameRuns(&pc, 99, [] { permTestWideLanes = true; }, "wide lanes");
+    }
     Release(&pc);
   }
 }
