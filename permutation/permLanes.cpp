@@ -1,5 +1,6 @@
 // The inner loops of a permutation iteration four lanes to a vector (AVX2):
-// distances with the sums of their pairs, and Mantel's cross products.
+// distances with the sums of their pairs, Mantel's cross products, and the
+// products of abundances and rows.
 #include "permutation/permLanes.h"
 
 #include <immintrin.h>
@@ -145,6 +146,33 @@ void LaneCrossSums(int n, double** DT, double** DX, double** DR, double mT, doub
   _mm256_storeu_pd(sums + 4, a2);
   _mm256_storeu_pd(sums + 8, a3);
   sums[12] = sR;
+}
+
+// out[4 v .. 4 v + 3] for v < VECS: the sums over x < m of a[x] times
+// rows[x][4 v ..], each column's sum in the order of x.
+template <int VECS>
+static inline void ProductVecs(int m, const double* a, double* const* rows, int k, double* out) {
+  __m256d s[VECS];
+  for (int v = 0; v < VECS; v++) s[v] = _mm256_setzero_pd();
+  for (int x = 0; x < m; x++) {
+    __m256d ax = _mm256_broadcast_sd(a + x);
+    const double* r = rows[x] + k;
+    for (int v = 0; v < VECS; v++) s[v] = _mm256_add_pd(s[v], _mm256_mul_pd(ax, _mm256_loadu_pd(r + 4 * v)));
+  }
+  for (int v = 0; v < VECS; v++) _mm256_storeu_pd(out + k + 4 * v, s[v]);
+}
+
+void LaneProducts(int m, const double* a, double* const* rows, int vecs, double* out) {
+  int k = 0;
+  for (; vecs >= 6; vecs -= 6, k += 24) ProductVecs<6>(m, a, rows, k, out);
+  switch (vecs) {
+    case 5: ProductVecs<5>(m, a, rows, k, out); break;
+    case 4: ProductVecs<4>(m, a, rows, k, out); break;
+    case 3: ProductVecs<3>(m, a, rows, k, out); break;
+    case 2: ProductVecs<2>(m, a, rows, k, out); break;
+    case 1: ProductVecs<1>(m, a, rows, k, out); break;
+    default: break;
+  }
 }
 
 #pragma GCC pop_options

@@ -31,4 +31,8 @@ void LaneDistances(int n, LaneMatrix* a, LaneMatrix* b, const double* r, double*
 void LaneCrossSums(int n, double** DT, double** DX, double** DR, double mT, double mX, double mR,
                    const double* eyze, double* sums);
 
+// out[k] for k < 4 vecs: the sum over x < m of a[x] rows[x][k], each
+// column's sum in the order of x (every row holds 4 vecs columns).
+void LaneProducts(int m, const double* a, double* const* rows, int vecs, double* out);
+
 #endif

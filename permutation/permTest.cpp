@@ -95,6 +95,11 @@ struct PermWork {
   int maxOcc;          // most occurrences in a community
   bool plainTerms;     // no -999 among the occurrences, every weight 1
   bool plainB;         // B holds no -999
+  // T and X of an arrangement in one pass on wide lanes: B and U side by
+  // side, padded with zeros to whole vectors; NULL when not in use.
+  double** BU;         // [nOTUs][colsBU]
+  int colsBU;          // nTraits + nTypes rounded up to a multiple of 4
+  double* rowTX;       // [colsBU] one community's sums
   double** colsT;      // [max(nTraits, nTypes)][n] data by columns for the distances,
   double** colsX;      // [nTypes][n] X by columns, when T's distances run beside it;
                        // each one block, a column after the other
@@ -1111,6 +1116,19 @@ static void SetupRaoLanes(PermWork* w) {
   w->raoLanes = true;
 }
 
+// B and U side by side for WideProducts.
+static void SetupBU(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int nO = in->nOTUs, nT = in->nTraits, nY = in->nTypes;
+  w->colsBU = (nT + nY + 3) / 4 * 4;
+  w->BU = dim2Double(nO, w->colsBU);
+  w->rowTX = dim1Double(w->colsBU);
+  for (int i = 0; i < nO; i++) {
+    memcpy(w->BU[i], in->B[i], sizeof(double) * nT);
+    memcpy(w->BU[i] + nT, in->U[i], sizeof(double) * nY);
+  }
+}
+
 // Lists the occurrences of every community and decides which sums may skip
 // the zero abundances; Sb and Sf are read after the observed entropies have
 // made them symmetric.
@@ -1151,6 +1169,7 @@ static void SetupOccurrences(PermWork* w) {
   for (int x = 0; x < k; x++)
     if (w->occW[x] == -999.0 || (in->weightOTUs && w->occWeight[x] != 1)) w->plainTerms = false;
   w->plainB = FiniteMatrix(nO, in->nTraits, in->B, false);
+  if (permTestWideLanes && w->compactT && w->compactXP && w->plainTerms && w->plainB) SetupBU(w);
   w->rowsSub = PointerRows(nO);
   if (w->compactR) w->Ssub = dim2Double(w->maxOcc > 0 ? w->maxOcc : 1, w->maxOcc > 0 ? w->maxOcc : 1);
   if (w->compactR) SetupRaoLanes(w);
@@ -1166,6 +1185,10 @@ static void FreeOccurrences(PermWork* w) {
   free1D(w->occW);
   free1D(w->occWeight);
   free1D(w->rowsSub);
+  if (w->BU) {
+    free2D(w->BU, nO);
+    free1D(w->rowTX);
+  }
   if (w->Ssub) free2D(w->Ssub, w->maxOcc > 0 ? w->maxOcc : 1);
   if (!w->raoLanes) return;
   free1D(w->laneStart);
@@ -1382,6 +1405,21 @@ static void PermuteSquare(int n, const int* list, double** from, double** m) {
   }
 }
 
+// T and X of the arrangement from BU: each entry the sum of abundance
+// times value over the occurrences, in their order, as OccurrenceProducts
+// makes it; T's columns outside the trait mask are 0.
+static void WideProducts(PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int nT = in->nTraits, nY = in->nTypes;
+  for (int c = 0; c < w->n; c++) {
+    int s = w->occStart[c], m = w->occStart[c + 1] - s;
+    for (int x = 0; x < m; x++) w->rowsSub[x] = w->BU[w->list[w->occOTU[s + x]] - 1];
+    LaneProducts(m, w->occW + s, w->rowsSub, w->colsBU / 4, w->rowTX);
+    for (int j = 0; j < nT; j++) w->T[c][j] = (in->traitMask && in->traitMask[j] != 1) ? 0.0 : w->rowTX[j];
+    memcpy(w->X[c], w->rowTX + nT, sizeof(double) * nY);
+  }
+}
+
 static void RandomT(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   int n = w->n, nO = in->nOTUs;
@@ -1389,7 +1427,9 @@ static void RandomT(PermWork* w) {
     for (int k = 0; k < nO; k++) w->Brnd[k] = in->B[w->list[k] - 1];
     // The random T is not normalised although the observed one is: intended,
     // the probabilities depend on it.
-    if (w->compactT)
+    if (w->BU)
+      WideProducts(w);  // X as well
+    else if (w->compactT)
       OccurrenceProducts(w, in->B, in->nTraits, w->T, in->traitMask, w->plainTerms && w->plainB);
     else
       MatrixProdSelectMV_Weight(n, nO, nO, in->nTraits, in->W, w->Brnd, w->T, in->traitMask, in->weightOTUs);
@@ -1403,9 +1443,10 @@ static void RandomXP(PermWork* w) {
   int n = w->n, nO = in->nOTUs;
   if (w->taxa) {
     for (int k = 0; k < nO; k++) w->Urnd[k] = in->U[w->list[k] - 1];
-    if (w->compactXP)
+    // With BU, X was made along with T.
+    if (!w->BU && w->compactXP)
       OccurrenceProducts(w, in->U, in->nTypes, w->X, NULL, w->plainTerms);
-    else
+    else if (!w->BU)
       MatrixProdMV_Weight(n, nO, nO, in->nTypes, in->W, w->Urnd, w->X, in->weightOTUs);
     if (w->phyl) {
       for (int k = 0; k < nO; k++) w->Qrnd[k] = in->Q[w->list[k] - 1];
