@@ -43,15 +43,13 @@ static inline void Block(const double* data, int n, int cols, int i, int j, doub
 }
 
 // The distance of the pair (i, j), one at a time, into row.
-static inline double Pair(const double* data, int n, int cols, int i, int j, double* row) {
+static inline void Pair(const double* data, int n, int cols, int i, int j, double* row) {
   double sum = 0.0;
   for (int k = 0; k < cols; k++, data += n) {
     double d = data[i] - data[j];
     sum += d * d;
   }
-  double d = sum > 0.0 ? std::sqrt(sum) : 0.0;
-  row[j] = d;
-  return d;
+  row[j] = sum > 0.0 ? std::sqrt(sum) : 0.0;
 }
 
 // |r[i] - r[j]| to |r[i] - r[j + 4 vecs - 1]|, into row (clearing the sign
@@ -76,16 +74,20 @@ static inline void AddPairs(const double* a, const double* b, const double* c, i
 }
 
 // Row i's pairs from *j on, VECS vectors at a time, of both matrices and,
-// when R, the entropies' DR; their sums in t.
+// when R, the entropies' DR. The sums in t lag one block behind: after a
+// block is made, the pairs before it (from *summed on) are added, so that
+// those additions overlap the square roots of the block.
 template <bool R, int VECS>
 static inline void Blocks(int n, const LaneMatrix* a, const LaneMatrix* b, const double* r, int i, int* j,
-                          double* rowR, double* t) {
+                          int* summed, double* rowR, double* t) {
   double *rowA = a->D[i], *rowB = b->D[i];
   for (; *j + 4 * VECS <= n; *j += 4 * VECS) {
     Block<VECS>(a->data, n, a->cols, i, *j, rowA);
     Block<VECS>(b->data, n, b->cols, i, *j, rowB);
     if (R) AbsBlock(r, i, *j, VECS, rowR);
-    AddPairs<R>(rowA + *j, rowB + *j, R ? rowR + *j : NULL, 4 * VECS, t);
+    int k = *summed;
+    AddPairs<R>(rowA + k, rowB + k, R ? rowR + k : NULL, *j - k, t);
+    *summed = *j;
   }
 }
 
@@ -95,18 +97,16 @@ static void Rows(int n, const LaneMatrix* a, const LaneMatrix* b, const double* 
     double *rowA = a->D[i], *rowB = b->D[i], *rowR = R ? DR[i] : NULL;
     rowA[i] = rowB[i] = 0.0;
     if (R) rowR[i] = 0.0;
-    int j = i + 1;
-    Blocks<R, 4>(n, a, b, r, i, &j, rowR, t);
-    Blocks<R, 2>(n, a, b, r, i, &j, rowR, t);
-    Blocks<R, 1>(n, a, b, r, i, &j, rowR, t);
+    int j = i + 1, summed = i + 1;
+    Blocks<R, 4>(n, a, b, r, i, &j, &summed, rowR, t);
+    Blocks<R, 2>(n, a, b, r, i, &j, &summed, rowR, t);
+    Blocks<R, 1>(n, a, b, r, i, &j, &summed, rowR, t);
     for (; j < n; j++) {
-      t[0] += Pair(a->data, n, a->cols, i, j, rowA);
-      t[1] += Pair(b->data, n, b->cols, i, j, rowB);
-      if (R) {
-        rowR[j] = std::fabs(r[i] - r[j]);
-        t[2] += rowR[j];
-      }
+      Pair(a->data, n, a->cols, i, j, rowA);
+      Pair(b->data, n, b->cols, i, j, rowB);
+      if (R) rowR[j] = std::fabs(r[i] - r[j]);
     }
+    AddPairs<R>(rowA + summed, rowB + summed, R ? rowR + summed : NULL, n - summed, t);
   }
 }
 
