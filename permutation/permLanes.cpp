@@ -7,6 +7,7 @@
 
 #include <cmath>
 
+// AVX2 in the processor, with its registers enabled by the system.
 static bool WideLanesSupported() {
   __builtin_cpu_init();
   return __builtin_cpu_supports("avx2");
@@ -91,6 +92,7 @@ static inline void Blocks(int n, const LaneMatrix* a, const LaneMatrix* b, const
   }
 }
 
+// Every row of a, b and, when R, DR; the sums of their pairs in t.
 template <bool R>
 static void Rows(int n, const LaneMatrix* a, const LaneMatrix* b, const double* r, double** DR, double* t) {
   for (int i = 0; i < n; i++) {

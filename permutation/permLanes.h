@@ -1,7 +1,7 @@
 // The inner loops of a permutation iteration four lanes to a vector, on
-// processors with AVX2: each lane does the operations of one pair or one
-// sum in the same order as the scalar loops, so the results are theirs,
-// bit for bit.
+// processors with AVX2: each lane does the operations of one pair, one sum
+// or one column in the same order as the scalar loops, so the results are
+// theirs, bit for bit.
 #ifndef PERMUTATION_PERMLANES_H
 #define PERMUTATION_PERMLANES_H
 

@@ -5,8 +5,6 @@
 // 2010, Ecology Letters 13: 587-596), with Procrustes and RV alternatives.
 #include "permutation/permTest.h"
 
-#include "permutation/permLanes.h"
-
 #include <omp.h>
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -23,6 +21,7 @@
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
 #include "TarnLib/tarnlibTables.h"
+#include "permutation/permLanes.h"
 #include "scaling/community.h"
 #include "scaling/scalingUp.h"
 #include "shell/shell.h"
@@ -100,10 +99,10 @@ struct PermWork {
   double** BU;         // [nOTUs][colsBU]
   int colsBU;          // nTraits + nTypes rounded up to a multiple of 4
   double* rowTX;       // [colsBU] one community's sums
-  double** colsT;      // [max(nTraits, nTypes)][n] data by columns for the distances,
-  double** colsX;      // [nTypes][n] X by columns, when T's distances run beside it;
-                       // each one block, a column after the other
-  double* rowR;        // [n] the entropies in a row, for the same
+  double** colsT;      // [max(nTraits, nTypes)][n] data by columns for the distances
+  double** colsX;      // [nTypes][n] X by columns, when T's distances run beside it
+                       // (each of the two is one block, a column after the other)
+  double* rowR;        // [n] the entropies in one array, for the same pass
   // Rao entropies in lanes: communities by decreasing occurrences, four at a
   // time, each padded with zero shares to the first one's count.
   bool raoLanes;       // the lanes are in use (no -999, all weights 1)
@@ -988,8 +987,6 @@ static void FreeWork(PermWork* w) {
     free1D(w->eyze);
   }
   if (w->colsT) {
-    int cols = in->nTraits > in->nTypes ? in->nTraits : in->nTypes;
-    if (w->phyl && in->nTaxa > cols) cols = in->nTaxa;
     free1D(w->colsT[0]);
     free1D(w->colsT);
     free1D(w->colsX[0]);
