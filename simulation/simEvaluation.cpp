@@ -136,6 +136,11 @@ void WriteDataFiles() {
   CloseSimFile(fp);
 }
 
+bool RejectsHo(double probability, double alpha) {
+  // A probability equal to alpha within one float step rejects.
+  return AlmostEqual2sComplement(probability, alpha, 1) || alpha > probability;
+}
+
 // Steps 5 to 8: weights, belonging, smoothing, the selected predictors and
 // the resemblance matrices of the communities.
 static void PrepareTestInputs() {
@@ -250,10 +255,8 @@ void EvaluateDataSet() {
   in.restrictRao = false;
   in.detailFile = nullptr;  // nothing is written: saveDetail is false
   PermTest_FunctionalPhyl_Correl(&in);
-  // A probability equal to alpha within one float step rejects.
   for (int k = 0; k < kNumStats; k++)
-    if (AlmostEqual2sComplement(in.probabilities[k], simAlpha, 1) || simAlpha > in.probabilities[k])
-      simRejections[k] += 1.0;
+    if (RejectsHo(in.probabilities[k], simAlpha)) simRejections[k] += 1.0;
   if (simPerSetReport) WriteSetStatistics(in.statistics, in.probabilities);
 }
 

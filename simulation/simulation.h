@@ -161,6 +161,8 @@ void WritePerSetReport(int set);
 void WriteDataFiles();
 void EvaluateDataSet();
 void WriteFinalReport(double elapsed);
+// True when a test's probability rejects Ho at alpha.
+bool RejectsHo(double probability, double alpha);
 
 // Intermediate files, open while the run writes them (null otherwise).
 extern FILE* simTraitDataFp;        // "TraitData.txt"
