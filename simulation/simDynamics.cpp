@@ -51,6 +51,11 @@ static void GenerateTraits() {
   }
 }
 
+// The density dependence function of OTU o at abundance x.
+static double DensityLogistic(int o, double x) {
+  return Logistic(x, 0.0, simCapacity, 0.0, 1.0, simDensity[o][0], simDensity[o][1]);
+}
+
 void SetUpDataSet(int set) {
   (void)set;
   int S = simSites, N = simOTUs, f = simFactors;
@@ -76,6 +81,14 @@ void SetUpDataSet(int set) {
   for (int s = 0; s <= S; s++) memset(simCommunity[s], 0, sizeof(double) * (size_t)N);
   for (int s = 0; s < S; s++) simSiteAbundance[s] = simRichness[s] = simExtinctions[s] = simColonisations[s] = 0;
   if (simEnvInput == 'e') CopyMatrix(simPredictors, S, simEInit, simE);
+  // The ends of the kernel and density functions change only with the data set.
+  for (int o = 0; o < N; o++) {
+    double p0 = simKernel[o][0];
+    simLogisticEnds[o][0] = Logistic(0.0, 0.0, 1.0, p0, 1.0, simKernel[o][1], simKernel[o][2]);
+    simLogisticEnds[o][1] = Logistic(1.0, 0.0, 1.0, p0, 1.0, simKernel[o][1], simKernel[o][2]);
+    simLogisticEnds[o][2] = DensityLogistic(o, 0.0);
+    simLogisticEnds[o][3] = DensityLogistic(o, simCapacity);
+  }
   simTotalAbundance = 0;
   simRecording = false;
   simRecordingStep = 0;
@@ -128,16 +141,9 @@ static bool Arrives(int s, int o) {
   double d = 1.0;
   for (int k = 0; k < simSites; k++)
     if (simCommunity[k][o] > 0 && simDist[s][k] < d) d = simDist[s][k];
-  double slope = simKernel[o][1], center = simKernel[o][2];
-  double at1 = Logistic(1.0, 0.0, 1.0, p0, 1.0, slope, center);
-  double at0 = Logistic(0.0, 0.0, 1.0, p0, 1.0, slope, center);
-  double p = (1.0 - p0) * (Logistic(d, 0.0, 1.0, p0, 1.0, slope, center) - at1) / (at0 - at1) + p0;
+  double at0 = simLogisticEnds[o][0], at1 = simLogisticEnds[o][1];
+  double p = (1.0 - p0) * (Logistic(d, 0.0, 1.0, p0, 1.0, simKernel[o][1], simKernel[o][2]) - at1) / (at0 - at1) + p0;
   return p > gsl_rng_uniform(r);
-}
-
-// The density dependence function of OTU o at abundance x.
-static double DensityLogistic(int o, double x) {
-  return Logistic(x, 0.0, simCapacity, 0.0, 1.0, simDensity[o][0], simDensity[o][1]);
 }
 
 static void Colonisation() {
@@ -146,8 +152,8 @@ static void Colonisation() {
     int o = (int)gsl_rng_uniform_int(r, (unsigned long)simOTUs);
     if (!Arrives(s, o)) continue;
     if (!(simSurvivalProb[s][o] > gsl_rng_uniform(r))) continue;
-    double atK = DensityLogistic(o, simCapacity);
-    double p = (DensityLogistic(o, simSiteAbundance[s]) - atK) / (DensityLogistic(o, 0.0) - atK);
+    double atK = simLogisticEnds[o][3];
+    double p = (DensityLogistic(o, simSiteAbundance[s]) - atK) / (simLogisticEnds[o][2] - atK);
     if (!(p > gsl_rng_uniform(r))) continue;
     simCommunity[s][o] += 1.0;
     simCommunity[simSites][o] += 1.0;
@@ -166,10 +172,11 @@ static int Mortality(int t) {
   for (int s = 0; s < simSites; s++) {
     if (simSiteAbundance[s] <= 0) continue;
     for (int o = 0; o < simOTUs; o++) {
+      // The rates of an absent OTU would be drawn against by nobody.
+      if (!(simCommunity[s][o] > 0)) continue;
       double A = simSiteAbundance[s];
       double m1 = (1.0 - simSurvivalProb[s][o]) * rate;
-      double m2 = (1.0 - (DensityLogistic(o, A) + 1.0 - DensityLogistic(o, 0.0))) * rate;
-      if (!(simCommunity[s][o] > 0)) continue;
+      double m2 = (1.0 - (DensityLogistic(o, A) + 1.0 - simLogisticEnds[o][2])) * rate;
       // i rises while the abundance falls, so not every individual gets its
       // turn: intended, the draws of a run depend on it.
       for (int i = 1;; i++) {

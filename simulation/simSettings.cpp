@@ -1,6 +1,7 @@
 // Simulation dialogue: sizes, input modes and files, model parameters, evaluation settings; the report header and the intermediate files.
 #include "simulation/simulation.h"
 
+#include <climits>
 #include <cstring>
 
 #include "TarnLib/tarnlibDim.h"
@@ -125,7 +126,10 @@ static void AskEnvironment() {
   }
   fprintf(out, "Consider double interactions between factors? y/n ");
   simInteractions = ReadCharIn("y n") == 'y';
-  simPredictors = simInteractions ? f + f * (f - 1) / 2 : f;
+  // Counted wide: a number of factors whose pairs pass the range of int asks
+  // for more memory than there is, and fails as such.
+  long long predictors = simInteractions ? f + (long long)f * (f - 1) / 2 : f;
+  simPredictors = predictors > INT_MAX ? INT_MAX : (int)predictors;
   AllocateSimFactors();
   if (simInteractions)
     fprintf(out,

@@ -94,6 +94,7 @@ double** simCWMChange = nullptr;
 double** simFeedback = nullptr;
 double** simEnvTemp = nullptr;
 double** simCoordT = nullptr;
+double** simLogisticEnds = nullptr;
 
 double simRejections[11];
 int* simTraitWeights = nullptr;
@@ -310,6 +311,7 @@ static void FreeSimArrays() {
   free2D(simFeedback, f);
   free2D(simEnvTemp, S);
   free2D(simCoordT, S);
+  free2D(simLogisticEnds, N);
   free1D(simTraitWeights);
   free1D(simPredictorFlags);
   free1D(simOTUWeights);
@@ -329,6 +331,7 @@ static void FreeSimArrays() {
   simDist = simE = simEInit = simEnvRaw = simFactorCorr = simResponse = simEffect = nullptr;
   simCommunity = simExpected = simNicheDist = simSurvivalProb = simCWM = simCWMPrev = nullptr;
   simExtrapolation = simW = simWB = simCWMChange = simFeedback = simEnvTemp = simCoordT = nullptr;
+  simLogisticEnds = nullptr;
   simSb = simU = simY = simZ = simEsel = simDE = simDY = simDZ = simTout = simXout = nullptr;
   simTraitMeans = simTraitSDs = simTraitMin = simTraitMax = simRout = nullptr;
   simConsidered = simSiteAbundance = simRichness = simExtinctions = simColonisations = nullptr;
@@ -366,6 +369,7 @@ void AllocateSimSizes() {
   simWB = dim2Double(S, m);
   simCWMChange = dim2Double(m, S);
   simCoordT = dim2Double(S, 2);
+  simLogisticEnds = dim2Double(N, 4);
   simTraitWeights = dim1Dint(m);
   simOTUWeights = dim1Dint(N);
   simWeightsF = dim1Dfloat(m);

@@ -85,6 +85,7 @@ extern double** simCWMChange;       // [m][S] work: change of the CWM
 extern double** simFeedback;        // [f][S] work: change of the factors
 extern double** simEnvTemp;         // [S][f] work: generated factors
 extern double** simCoordT;          // [S][2] work: coordinates by site
+extern double** simLogisticEnds;    // [N][4] kernel L(0), L(1); density L(0), L(K), per data set
 
 // ---- Evaluation ----
 extern double simRejections[11];    // rejections of each statistic, in the test's order
