@@ -171,6 +171,19 @@ static void PrepareTestInputs() {
   NominalReseNonHier(S, N, simZ, simDZ, rese_opt);
 }
 
+// Trait numbers and weights, predictor numbers, then `flagsHeading` and the
+// predictor flags.
+static void PrintWeights(FILE* fp, const char* flagsHeading) {
+  fprintf(fp, "\nTraits:       ");
+  for (int t = 0; t < simTraits; t++) fprintf(fp, "\t%d", t + 1);
+  fprintf(fp, "\nTrait weights:");
+  for (int t = 0; t < simTraits; t++) fprintf(fp, "\t%g", weight[t]);
+  fprintf(fp, "\nEcosystem variables (and their interactions if included): ");
+  PrintPredictorNumbers(fp, "\t%d", "\t%dx%d ");
+  fprintf(fp, "%s", flagsHeading);
+  for (int k = 0; k < simPredictors; k++) fprintf(fp, "\t%d", simPredictorFlags[k]);
+}
+
 // The eleven statistics in the test's order, as the reports label them.
 enum { kXE, kTE, kXE_T, kRE, kXE_TR, kTY, kTZ, kXY, kXZ, kXY_T, kXZ_T, kNumStats };
 
@@ -185,14 +198,7 @@ static void WriteSetStatistics(const double* stat, const double* prob) {
   }
   fprintf(fp, "\nRao entropy at final step %d, for %d community sites:\n", last, S);
   PrintVectorTab(fp, S, simRout, sDigits);
-  fprintf(fp, "\nTraits:       ");
-  for (int t = 0; t < m; t++) fprintf(fp, "\t%d", t + 1);
-  fprintf(fp, "\nTrait weights:");
-  for (int t = 0; t < m; t++) fprintf(fp, "\t%g", weight[t]);
-  fprintf(fp, "\nEcosystem variables (and their interactions if included): ");
-  PrintPredictorNumbers(fp, "\t%d", "\t%dx%d ");
-  fprintf(fp, "\nEcosystem variable weights:                              ");
-  for (int k = 0; k < simPredictors; k++) fprintf(fp, "\t%d", simPredictorFlags[k]);
+  PrintWeights(fp, "\nEcosystem variable weights:                              ");
   fprintf(fp,
           "\n\nStatistics and probabilities:\nConvergence (TCAP): r(TE)=\t%g\tP=\t%g\nBoth TCAP and "
           "Divergence (TDAP): r(XE)=\t%g\tP=\t%g\nTDAP: r(XE.T)=\t%g\tP=\t%g\n",
@@ -268,38 +274,15 @@ static void FinalSettingsBlock(FILE* fp, double elapsed) {
   if (simTraitInput != 't')
     fprintf(fp, "\nSpecified trait correlation matrix (%d traits x %d traits, file %s): \n", m, m, simTraitFile);
   fprintf(fp, "\nInitial ecosystem conditions (%d factors x %d sites, file %s).\n", f, simSites, simEnvFile);
-  if (simInteractions)
-    fprintf(fp,
-            "\nParameters for linear models of community responses to ecosystem conditions (%d traits "
-            "by %d ecosystem predictor variables (and their double interactions), file %s): \n",
-            m, f, simResponseFile);
-  else
-    fprintf(fp,
-            "\nParameters for linear models of community responses to ecosystem conditions (%d traits "
-            "by %d ecosystem predictor variables, file %s): \n",
-            m, f, simResponseFile);
-  PrintMatrixTab(fp, m, simPredictors, simResponse, sDigits);
-  fprintf(fp,
-          "\nParameters for linear models of community effects on ecosystem conditions (%d ecosystem "
-          "variables by %d predictor traits, %s): \n",
-          f, m, simEffectFile);
-  PrintMatrixTab(fp, f, m, simEffect, sDigits);
-  PrintConsideredTraits(fp);
+  PrintModelParameters(fp, "double interactions");
   fprintf(fp, "Specified maximum average number of individuals per community:\t%d\n", simCapacity);
   fprintf(fp, "Number of simulated data sets:\t%d\n", simDataSets);
   fprintf(fp, "Number of random permutations in each test:\t%d\n", simPermutations);
   fprintf(fp, "Alpha threshold for Ho rejection:\t%g\n", simAlpha);
   fprintf(fp, "Random generator seed: %u\n", rseed);
   fprintf(fp, "Elapsed time (seconds): %g\n", elapsed);
-  fprintf(fp, "\nTraits:       ");
-  for (int t = 0; t < m; t++) fprintf(fp, "\t%d", t + 1);
-  fprintf(fp, "\nTrait weights:");
-  for (int t = 0; t < m; t++) fprintf(fp, "\t%g", weight[t]);
-  fprintf(fp, "\nEcosystem variables (and their interactions if included): ");
-  PrintPredictorNumbers(fp, "\t%d", "\t%dx%d ");
-  // A clipped form of the per-set heading; kept as the report has it.
-  fprintf(fp, "\neights:                                                  ");
-  for (int k = 0; k < simPredictors; k++) fprintf(fp, "\t%d", simPredictorFlags[k]);
+  // A clipped form of the per-set heading of the flags; kept as the report has it.
+  PrintWeights(fp, "\neights:                                                  ");
 }
 
 void WriteFinalReport(double elapsed) {

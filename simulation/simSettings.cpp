@@ -309,22 +309,14 @@ void PrintConsideredTraits(FILE* fp) {
   PrintVectorTab(fp, simTraits, simConsidered);
 }
 
-void WriteSimulationHeader() {
-  int N = simOTUs, m = simTraits, f = simFactors;
-  FILE* fp = OpenSimFile(simReportName, "w");
-  fprintf(fp, "%s\n", lineL);
-  fprintf(fp, "SIMULATION OF COMMUNITY ASSEMBLY\n");
-  fprintf(fp, "%s\n", version);
-  TimeStamp(fp);
-  fprintf(fp, "%s\n", lineL);
-  HeaderTraits(fp);
-  HeaderSitesAndEnvironment(fp);
+void PrintModelParameters(FILE* fp, const char* interactionsWord) {
+  int m = simTraits, f = simFactors;
   // The number of predictors printed is f, with or without the interactions.
   if (simInteractions)
     fprintf(fp,
             "\nParameters for linear models of community responses to ecosystem conditions (%d traits "
-            "by %d ecosystem predictor variables (and their interactions), file %s): \n",
-            m, f, simResponseFile);
+            "by %d ecosystem predictor variables (and their %s), file %s): \n",
+            m, f, interactionsWord, simResponseFile);
   else
     fprintf(fp,
             "\nParameters for linear models of community responses to ecosystem conditions (%d traits "
@@ -337,6 +329,19 @@ void WriteSimulationHeader() {
           f, m, simEffectFile);
   PrintMatrixTab(fp, f, m, simEffect, sDigits);
   PrintConsideredTraits(fp);
+}
+
+void WriteSimulationHeader() {
+  int N = simOTUs;
+  FILE* fp = OpenSimFile(simReportName, "w");
+  fprintf(fp, "%s\n", lineL);
+  fprintf(fp, "SIMULATION OF COMMUNITY ASSEMBLY\n");
+  fprintf(fp, "%s\n", version);
+  TimeStamp(fp);
+  fprintf(fp, "%s\n", lineL);
+  HeaderTraits(fp);
+  HeaderSitesAndEnvironment(fp);
+  PrintModelParameters(fp, "interactions");
   if (simSurvivalInput == 'd') {
     fprintf(fp,
             "\nSpecified parameters slope and center of the logistic the function relating probability "

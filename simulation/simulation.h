@@ -148,6 +148,9 @@ void SettingsSimulation();
 void WriteSimulationHeader();
 // The heading of the considered traits and their flags.
 void PrintConsideredTraits(FILE* fp);
+// Response and effect parameters with their headings ("(and their
+// `interactionsWord`)" with interactions), then the considered traits.
+void PrintModelParameters(FILE* fp, const char* interactionsWord);
 void OpenIntermediateFiles();
 void CloseIntermediateFiles();
 
