@@ -273,7 +273,7 @@ static void RestoreSessionArrays() {
 
 // ---- Allocation ----
 
-static void FreeSimArrays() {
+void FreeSimArrays() {
   int S = simSites, N = simOTUs, m = simTraits, f = simFactors, p = simPredictors;
   free2D(simB, N);
   free1D(simTraitMeans);

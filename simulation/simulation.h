@@ -139,6 +139,8 @@ void PrintPredictorNumbers(FILE* fp, const char* factorFormat, const char* pairF
 // Arrays sized by S, N and m; then those sized by f and p.
 void AllocateSimSizes();
 void AllocateSimFactors();
+// Releases every array of the run (those not made are null).
+void FreeSimArrays();
 // Gives the functional analysis dialogue the simulation's sizes and arrays;
 // the session's are restored at the end of the run.
 void ReplaceSessionArrays();

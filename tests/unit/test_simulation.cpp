@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <gsl/gsl_rng.h>
+
+#include "TarnLib/tarnlibRandom.h"
 #include "simulation/simulation.h"
 #include "tests/unit/test_util.h"
 
@@ -93,4 +96,74 @@ TEST(SimulationEvaluation, ProbabilityEqualToAlphaWithinOneFloatStepRejects) {
   EXPECT_TRUE(RejectsHo((double)above, 0.05)) << "one float step above alpha";
   EXPECT_FALSE(RejectsHo((double)std::nextafter(above, 1.0f), 0.05)) << "two float steps above alpha";
   EXPECT_FALSE(RejectsHo(INFINITY, 0.05)) << "no permutations: the probability is infinite";
+}
+
+TEST(SimulationSetUp, RandomParametersAndSitesFollowTheOrderOfDraws) {
+  // Two OTUs on three sites, one trait and one factor read as given.
+  simSites = 3;
+  simOTUs = 2;
+  simTraits = 1;
+  simFactors = simPredictors = 1;
+  simInteractions = false;
+  simMaxIter = 7;
+  simCapacity = 5;
+  simTraitInput = 't';
+  simEnvInput = 'e';
+  simKernelInput = simCoordInput = simSurvivalInput = simDensityInput = 'r';
+  simMinLongDistance = 0.125;
+  const double kernel[4] = {-0.5, -3.5, 0.25, 0.75}, survival[4] = {-1, -2, 0.1, 0.9},
+               density[4] = {-4, -6, 0.3, 0.6};
+  for (int k = 0; k < 4; k++) {
+    simKernelRange[k] = kernel[k];
+    simSurvivalRange[k] = survival[k];
+    simDensityRange[k] = density[k];
+  }
+  AllocateSimSizes();
+  AllocateSimFactors();
+  for (int s = 0; s < 3; s++) simEInit[0][s] = 0.5 * s - 0.25;
+  simCommunity[1][1] = 4;  // left by an earlier data set
+  simSiteAbundance[2] = 9;
+  InitRndNumberGenerator(20261124);
+  SetUpDataSet(1);
+
+  // The same stream drawn by hand: kernel slopes, kernel centers, X row, Y
+  // row, survival slopes and centers, density slopes and centers.
+  gsl_rng* g = gsl_rng_alloc(gsl_rng_mt19937);
+  gsl_rng_set(g, 20261124);
+  auto between = [&](double a, double b) { return gsl_rng_uniform(g) * (b - a) + a; };
+  double ks[2], kc[2], x[3], y[3];
+  for (double& v : ks) v = between(-0.5, -3.5);
+  for (double& v : kc) v = between(0.25, 0.75);
+  for (double& v : x) v = gsl_rng_uniform(g) * 100.0;
+  for (double& v : y) v = gsl_rng_uniform(g) * 100.0;
+  for (int o = 0; o < 2; o++) {
+    EXPECT_EQ(simKernel[o][1], ks[o]) << "kernel slope " << o;
+    EXPECT_EQ(simKernel[o][2], kc[o]) << "kernel center " << o;
+    EXPECT_EQ(simKernel[o][0], Logistic(1.0, 0.0, 1.0, 0.125, 1.0, ks[o], kc[o])) << "long-distance " << o;
+  }
+  for (int s = 0; s < 3; s++) {
+    EXPECT_EQ(simCoord[0][s], x[s]);
+    EXPECT_EQ(simCoord[1][s], y[s]);
+  }
+  for (int o = 0; o < 2; o++) EXPECT_EQ(simSurvival[o][0], between(-1, -2)) << "survival slope " << o;
+  for (int o = 0; o < 2; o++) EXPECT_EQ(simSurvival[o][1], between(0.1, 0.9)) << "survival center " << o;
+  for (int o = 0; o < 2; o++) EXPECT_EQ(simDensity[o][0], between(-4, -6)) << "density slope " << o;
+  for (int o = 0; o < 2; o++) EXPECT_EQ(simDensity[o][1], between(0.3, 0.6)) << "density center " << o;
+  EXPECT_EQ(gsl_rng_uniform(r), gsl_rng_uniform(g)) << "no draw skipped or added";
+  gsl_rng_free(g);
+
+  // Distances from the drawn coordinates, at most 1, the largest exactly 1.
+  double d01 = std::hypot(x[0] - x[1], y[0] - y[1]), d02 = std::hypot(x[0] - x[2], y[0] - y[2]),
+         d12 = std::hypot(x[1] - x[2], y[1] - y[2]);
+  double largest = std::fmax(d01, std::fmax(d02, d12));
+  EXPECT_NEAR(simDist[0][1], d01 / largest, 1e-15);
+  EXPECT_NEAR(simDist[2][0], d02 / largest, 1e-15);
+  EXPECT_NEAR(simDist[1][2], d12 / largest, 1e-15);
+  // A fresh data set: the earlier one's community, abundance and E are gone.
+  EXPECT_EQ(simCommunity[1][1], 0.0);
+  EXPECT_EQ(simSiteAbundance[2], 0);
+  ExpectValues(simE[0], {-0.25, 0.25, 0.75}, "E restored from the initial E");
+  EXPECT_EQ(simStepsToCapacity, 7);
+  EXPECT_FALSE(simRecording);
+  FreeSimArrays();
 }
