@@ -11,6 +11,7 @@
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
 #include "TarnLib/tarnlibTables.h"
+#include "permutation/permTest.h"
 #include "scaling/settings.h"
 #include "session/session.h"
 #include "shell/console.h"
@@ -447,9 +448,23 @@ static void PrepareInputs() {
   }
 }
 
+// One thread for the run when the parallel loops of a data set (site
+// distances, DE, DY, DZ, the Gower similarities and the fuzzy belonging) are
+// all small: their results are the same on any team, and a team kept between
+// such short loops, with the serial dynamics in between, only spins. Returns
+// the team to restore.
+static int SmallRunTeam() {
+  int team = omp_get_max_threads();
+  double S = simSites, N = simOTUs;
+  double work = 0.5 * S * S * (N + simPredictors + 2.0) + 0.5 * N * N * simTraits;
+  if (team > 1 && work < permTestSmallWork) omp_set_num_threads(1);
+  return team;
+}
+
 void IFAssemblyRulesSimulation_EnvFeedback_TypeI_II_Error() {
   ResetSimState();
   SettingsSimulation();
+  int team = SmallRunTeam();
   if (simEvaluate) AllocateEvaluation();
   OpenIntermediateFiles();
   PrepareInputs();
@@ -468,4 +483,5 @@ void IFAssemblyRulesSimulation_EnvFeedback_TypeI_II_Error() {
   CloseIntermediateFiles();
   FreeSimArrays();
   RestoreSessionArrays();
+  omp_set_num_threads(team);
 }
