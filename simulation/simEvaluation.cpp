@@ -251,7 +251,8 @@ void EvaluateDataSet() {
   in.nestingMembership = nestingMembershipOTUs;
   in.sqrtDissimTraits = true;
   in.keepObserved = true;
-  in.taxaSiteShuffle = optTaxaSiteShuffle;
+  // The simulated data are always tested under the taxa shuffle.
+  in.taxaSiteShuffle = 't';
   in.twoTailed = twoTailedTestMantel != 0;
   in.Tout = simTout;
   in.Xout = simXout;
