@@ -10,7 +10,7 @@
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
 #include "TarnLib/tarnlibTables.h"
-#include "permutation/permTest.h"
+#include "permutation/permCorrel.h"
 #include "scaling/settings.h"
 #include "scaling/similarity.h"
 #include "scaling/smoothing.h"

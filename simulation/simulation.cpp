@@ -11,7 +11,7 @@
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
 #include "TarnLib/tarnlibTables.h"
-#include "permutation/permTest.h"
+#include "permutation/permCorrel.h"
 #include "scaling/settings.h"
 #include "session/session.h"
 #include "shell/console.h"
