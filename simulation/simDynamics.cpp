@@ -41,14 +41,7 @@ static void GenerateTraits() {
     PrintMatrixTab(simTraitDataFp, N, m, simB, sDigits);
   }
   PrepareTraits(N, m, simB, simTraitMeans, simTraitSDs, simTraitMin, simTraitMax);
-  if (simSaveIntermediate) {
-    fprintf(simTraitDataFp, "\nTrait data (standardized to Z scores, %d OTUs in rows and %d traits in columns):\n", N, m);
-    PrintMatrixTab(simTraitDataFp, N, m, simB, sDigits);
-    fprintf(simTraitDataFp, "\nTrait means (%d traits):\n", m);
-    PrintVectorTab(simTraitDataFp, m, simTraitMeans, sDigits);
-    fprintf(simTraitDataFp, "\nTrait standard deviations (%d traits):\n", m);
-    PrintVectorTab(simTraitDataFp, m, simTraitSDs, sDigits);
-  }
+  if (simSaveIntermediate) PrintStandardizedTraits(simTraitDataFp, kZScoresHeading);
 }
 
 // The density dependence function of OTU o at abundance x.

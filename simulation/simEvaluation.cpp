@@ -29,14 +29,11 @@ static void PrintRecordedHeading(FILE* fp, const char* what, const char* when) {
 }
 
 static void PerSetParameters(FILE* fp) {
-  int N = simOTUs, m = simTraits;
+  int N = simOTUs;
   if (simTraitInput != 't') {
-    fprintf(fp, "\n\nTrait data (standardized to Z scores, %d OTUs in rows and %d traits in columns):\n", N, m);
-    PrintMatrixTab(fp, N, m, simB, sDigits);
-    fprintf(fp, "\nTrait means (%d traits):\n", m);
-    PrintVectorTab(fp, m, simTraitMeans, sDigits);
-    fprintf(fp, "\nTrait standard deviations (%d traits):\n", m);
-    PrintVectorTab(fp, m, simTraitSDs, sDigits);
+    // One new line more than the same heading elsewhere.
+    fprintf(fp, "\n");
+    PrintStandardizedTraits(fp, kZScoresHeading);
   }
   if (simKernelInput == 'r') {
     fprintf(fp,

@@ -260,12 +260,8 @@ static void PrintDistributionLine(FILE* fp, const char* what, int letter) {
 static void HeaderTraits(FILE* fp) {
   int N = simOTUs, m = simTraits;
   if (simTraitInput == 't') {
-    fprintf(fp, "\nSpecified trait data (standardized to Z scores, %d OTUs in rows and %d traits in columns):\n", N, m);
-    PrintMatrixTab(fp, N, m, simB, sDigits);
-    fprintf(fp, "\nTrait means (%d traits):\n", m);
-    PrintVectorTab(fp, m, simTraitMeans, sDigits);
-    fprintf(fp, "\nTrait standard deviations (%d traits):\n", m);
-    PrintVectorTab(fp, m, simTraitSDs, sDigits);
+    PrintStandardizedTraits(
+        fp, "\nSpecified trait data (standardized to Z scores, %d OTUs in rows and %d traits in columns):\n");
     return;
   }
   if (simTraitInput == 'b') {

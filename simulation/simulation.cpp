@@ -179,6 +179,16 @@ void SiteDistances(int S, double** coord, double** coordT, double** dist) {
     }
 }
 
+void PrintStandardizedTraits(FILE* fp, const char* heading) {
+  int N = simOTUs, m = simTraits;
+  fprintf(fp, heading, N, m);
+  PrintMatrixTab(fp, N, m, simB, sDigits);
+  fprintf(fp, "\nTrait means (%d traits):\n", m);
+  PrintVectorTab(fp, m, simTraitMeans, sDigits);
+  fprintf(fp, "\nTrait standard deviations (%d traits):\n", m);
+  PrintVectorTab(fp, m, simTraitSDs, sDigits);
+}
+
 void ReadSimMatrix(FILE* fp, const char* name, int rows, int cols, double** m, int col0) {
   for (int i = 0; i < rows; i++)
     for (int j = 0; j < cols; j++) m[i][col0 + j] = ScanNumber(fp, name, nullptr);
@@ -418,6 +428,9 @@ static void ResetSimState() {
   for (double& c : simRejections) c = 0.0;
 }
 
+const char kZScoresHeading[] =
+    "\nTrait data (standardized to Z scores, %d OTUs in rows and %d traits in columns):\n";
+
 // Traits given as a matrix become Z scores once; E read from a file is
 // standardised, completed with its interactions and kept as the initial E.
 static void PrepareInputs() {
@@ -425,13 +438,7 @@ static void PrepareInputs() {
   if (simTraitInput == 't') {
     PrepareTraits(simOTUs, m, simB, simTraitMeans, simTraitSDs, simTraitMin, simTraitMax);
     if (simSaveIntermediate) {
-      fprintf(simTraitDataFp, "\nTrait data (standardized to Z scores, %d OTUs in rows and %d traits in columns):\n",
-              simOTUs, m);
-      PrintMatrixTab(simTraitDataFp, simOTUs, m, simB, sDigits);
-      fprintf(simTraitDataFp, "\nTrait means (%d traits):\n", m);
-      PrintVectorTab(simTraitDataFp, m, simTraitMeans, sDigits);
-      fprintf(simTraitDataFp, "\nTrait standard deviations (%d traits):\n", m);
-      PrintVectorTab(simTraitDataFp, m, simTraitSDs, sDigits);
+      PrintStandardizedTraits(simTraitDataFp, kZScoresHeading);
       fprintf(out, "\n\nTrait data (standardized to Z scores) saved on file %s\n", "TraitData.txt");
     }
   }

@@ -105,6 +105,8 @@ extern double** simTout;            // [S][m] observed T returned by the test
 extern double** simXout;            // [S][N] observed X returned by the test
 extern double* simRout;             // [S] observed Rao entropy returned by the test
 
+// Heading of B in Z scores in the intermediate and per-set reports.
+extern const char kZScoresHeading[];
 // File names of the run, in the working directory.
 extern const char simReportName[];  // "FinalSimulatedData.txt"
 
@@ -127,6 +129,9 @@ void FormInteractions(int f, int S, double** E);
 // Site distances from the coordinates (2 by S): Euclidean, both triangles,
 // divided by the largest distance between two sites.
 void SiteDistances(int S, double** coord, double** coordT, double** dist);
+// B in Z scores under `heading` (a format taking N and m), then the trait
+// means and standard deviations under their headings.
+void PrintStandardizedTraits(FILE* fp, const char* heading);
 // Reads rows by cols numbers of `fp` (named `name`) into m, and closes it.
 void ReadSimMatrix(FILE* fp, const char* name, int rows, int cols, double** m, int col0);
 // Opens a result file of the run; failure raises code 4.
