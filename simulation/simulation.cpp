@@ -153,8 +153,8 @@ void PrepareTraits(int n, int m, double** B, double* means, double* sds, double*
 
 void FormInteractions(int f, int S, double** E) {
   // The row index is f + i whatever j is, so row f + i keeps the product with
-  // the last factor and the rows after 2f - 2 stay 0. This indexing is part
-  // of the model as it is run and reported; don't change it.
+  // the last factor and the rows after 2f - 2 stay 0. The model is run and
+  // reported with this indexing, and results depend on it: don't change it.
   for (int i = 0; i < f; i++)
     for (int j = i + 1; j < f; j++)
       for (int s = 0; s < S; s++) E[f + i][s] = E[i][s] * E[j][s];
