@@ -151,26 +151,37 @@ void FreeSimArrays();
 void ReplaceSessionArrays();
 
 // ---- Dialogue and header (simSettings.cpp) ----
+// The dialogue, with the input files read as they are named; seeds r.
 void SettingsSimulation();
+// Writes "FinalSimulatedData.txt" anew with the report header.
 void WriteSimulationHeader();
 // The heading of the considered traits and their flags.
 void PrintConsideredTraits(FILE* fp);
 // Response and effect parameters with their headings ("(and their
 // `interactionsWord`)" with interactions), then the considered traits.
 void PrintModelParameters(FILE* fp, const char* interactionsWord);
+// Creates the intermediate files with their headers (when they are wanted).
 void OpenIntermediateFiles();
 void CloseIntermediateFiles();
 
 // ---- Dynamics (simDynamics.cpp) ----
+// Generated inputs and parameters of a data set, and a cleared community.
 void SetUpDataSet(int set);
+// The iterations of a data set.
 void RunDataSet(int set);
+// Expected traits beyond the range of the Z scores, after the last iteration.
 void ComputeExtrapolation();
+// Names the intermediate files on the console.
 void TellIntermediateFiles();
 
 // ---- Evaluation and reports (simEvaluation.cpp) ----
+// Appends the data set to "FinalSimulatedData.txt".
 void WritePerSetReport(int set);
+// The data files for a session (B, W, E, trait types with 1 or 2 sets; OTUs always).
 void WriteDataFiles();
+// Tests the data set, counts rejections, appends its statistics.
 void EvaluateDataSet();
+// Appends the rejection rates; `elapsed` in seconds since the first set.
 void WriteFinalReport(double elapsed);
 // True when a test's probability rejects Ho at alpha.
 bool RejectsHo(double probability, double alpha);
