@@ -21,6 +21,7 @@
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
 #include "TarnLib/tarnlibTables.h"
+#include "permutation/permCoef.h"
 #include "permutation/permLanes.h"
 #include "scaling/community.h"
 #include "scaling/scalingUp.h"
@@ -129,6 +130,7 @@ struct PermWork {
   bool fused;                      // the iteration's rho values are in fusedRho
   double fusedRho[3][4];           // those of StatsT, StatsXP and StatsR, in their order
   double rXE_R, rTE_R, rXT_R;
+  CoefWork coef;                   // Procrustes and RV statistics on prepared matrices
 };
 
 // ---------------------------------------------------------------------------
@@ -281,11 +283,6 @@ static double CoefRows(const PermWork* w, int rows, double** a, int colsA, doubl
   if (w->in->opt_ro == 2) return ProcrustesCoeff(rows, colsA, colsB, a, b);
   if (w->in->opt_ro == 3) return RVcoeff(rows, colsA, colsB, a, b);
   return 0.0;
-}
-
-// c(A, B) of two matrices of communities.
-static double Coef(const PermWork* w, double** a, int colsA, double** b, int colsB) {
-  return CoefRows(w, w->n, a, colsA, b, colsB);
 }
 
 static double Rho(const PermWork* w, double** a, double** b) { return RhoResemblance(w->n, a, b); }
@@ -492,9 +489,8 @@ static void StatsT(PermWork* w) {
     w->stat[PT_rYT] = r[1];
     w->stat[PT_rZT] = r[2];
   } else {
-    w->stat[PT_rTE] = Coef(w, w->T, in->nTraits, in->E, in->nEnv);
-    w->stat[PT_rYT] = Coef(w, w->T, in->nTraits, in->Y, in->nOTUs);
-    w->stat[PT_rZT] = Coef(w, w->T, in->nTraits, in->Z, in->nOTUs);
+    CoefNewArrangement(&w->coef);
+    CoefStatsT(&w->coef, w->T, w->stat);
   }
 }
 
@@ -502,7 +498,6 @@ static void StatsT(PermWork* w) {
 static void StatsXP(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   double* s = w->stat;
-  int n = w->n;
   if (w->mantel) {
     const int b[4] = {RHO_E, RHO_T, RHO_Y, RHO_Z};
     double** const B[4] = {in->DE, w->DT, in->DY, in->DZ};
@@ -534,37 +529,13 @@ static void StatsXP(PermWork* w) {
     s[PT_roPE_X] = PartialCorrelation(s[PT_roPE], s[PT_roPX], s[PT_rXE]);
     return;
   }
-  int ro = in->opt_ro;
-  double f = in->overfitFactorPCARegr;
-  int nT = in->nTraits, nX = in->nTypes, nE = in->nEnv, nO = in->nOTUs, nP = in->nTaxa;
-  double** T = w->T;
-  double** X = w->X;
-  double** P = w->P;
-  s[PT_rXE] = Coef(w, X, nX, in->E, nE);
-  w->rXT = Coef(w, X, nX, T, nT);
-  s[PT_roXY] = Coef(w, X, nX, in->Y, nO);
-  s[PT_roXZ] = Coef(w, X, nX, in->Z, nO);
-  s[PT_rXE_T] = PartialMatrixCorrelation(n, nX, nE, X, in->E, ro, f, 1, nT, in->traitMask, T);
-  s[PT_roXY_T] = PartialMatrixCorrelation(n, nX, nO, X, in->Y, ro, f, 1, nT, in->traitMask, T);
-  s[PT_roXZ_T] = PartialMatrixCorrelation(n, nX, nO, X, in->Z, ro, f, 1, nT, in->traitMask, T);
-  if (!w->phyl) return;
-  s[PT_roPE] = Coef(w, in->E, nE, P, nP);
-  s[PT_roPT] = Coef(w, T, nT, P, nP);
-  s[PT_roPX] = Coef(w, X, nX, P, nP);
-  s[PT_roPX_T] = PartialMatrixCorrelation(n, nP, nX, P, X, ro, f, 1, nT, in->traitMask, T);
-  s[PT_roTE_P] = PartialMatrixCorrelation(n, nT, nE, T, in->E, ro, f, 1, nP, (int*)NULL, P);
-  s[PT_roXE_P] = PartialMatrixCorrelation(n, nX, nE, X, in->E, ro, f, 1, nP, (int*)NULL, P);
-  s[PT_roXE_TP] = PartialMatrixCorrelation(n, nX, nE, X, in->E, ro, f, 2, nT, in->traitMask, T, nP,
-                                           (int*)NULL, P);
-  s[PT_roPE_T] = PartialMatrixCorrelation(n, nP, nE, P, in->E, ro, f, 1, nT, in->traitMask, T);
-  s[PT_roPE_X] = PartialMatrixCorrelation(n, nP, nE, P, in->E, ro, f, 1, nX, (int*)NULL, X);
+  CoefStatsXP(&w->coef, w->T, w->X, w->P, s, &w->rXT);
 }
 
 // Statistics of the Rao entropies, given those of T and X: 4, 5 and 13.
 static void StatsR(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   double* s = w->stat;
-  int n = w->n;
   if (w->mantel) {
     const int b[3] = {RHO_E, RHO_X, RHO_T};
     double** const B[3] = {in->DE, w->DX, w->DT};
@@ -586,17 +557,14 @@ static void StatsR(PermWork* w) {
     s[PT_rXE_TR] = PartialCorrelation(w->rXE_R, w->rXT_R, w->rTE_R);
     return;
   }
-  int nT = in->nTraits, nX = in->nTypes, nE = in->nEnv;
-  s[PT_rRE] = Coef(w, w->R, 1, in->E, nE);
-  w->rXR = Coef(w, w->X, nX, w->R, 1);
-  w->rTR = Coef(w, w->T, nT, w->R, 1);
-  if (w->phyl) s[PT_rFE] = Coef(w, w->Rp, 1, in->E, nE);
-  // Not printed with Procrustes and RV, but kept comparable with Mantel.
+  // c(X, R), c(T, R) and the partials made of them are printed only in the
+  // intermediate file, with Procrustes and RV.
+  bool detail = in->saveDetail && in->detailFile;
+  CoefStatsR(&w->coef, w->T, w->R, w->Rp, s, detail ? &w->rXR : NULL, detail ? &w->rTR : NULL);
+  if (!detail) return;
   w->rXE_R = PartialCorrelation(s[PT_rXE], w->rXR, s[PT_rRE]);
   w->rTE_R = PartialCorrelation(s[PT_rTE], w->rTR, s[PT_rRE]);
   w->rXT_R = PartialCorrelation(w->rXT, w->rXR, w->rTR);
-  s[PT_rXE_TR] = PartialMatrixCorrelation(n, nX, nE, w->X, in->E, in->opt_ro, in->overfitFactorPCARegr, 2,
-                                          nT, in->traitMask, w->T, 1, (int*)NULL, w->R);
 }
 
 // Rao entropies of every community on the OTU resemblances given.
@@ -944,6 +912,8 @@ static void AllocWork(PermWork* w, PermTest_FunctionalPhyl_Correl_Input* in) {
     int side = n > nO ? n : nO;
     w->printWork = dim2Double(side, side > 0 ? side : 1);
   }
+  // Every observed statistic; the iterations may leave some out.
+  if (!w->mantel) CoefWorkAlloc(&w->coef, in, true);
 }
 
 static void FreeWork(PermWork* w) {
@@ -997,6 +967,7 @@ static void FreeWork(PermWork* w) {
     int side = n > nO ? n : nO;
     free2D(w->printWork, side);
   }
+  if (!w->mantel) CoefWorkFree(&w->coef);
 }
 
 // ---------------------------------------------------------------------------
@@ -1499,6 +1470,9 @@ static void PermutationPhase(PermWork* w) {
   memcpy(observed, w->stat, sizeof(observed));
   memset(permTestRandomSums, 0, sizeof(permTestRandomSums));
   bool detail = in->saveDetail && in->detailFile;
+  // The report prints no statistic of Y and Z: with Procrustes and RV, where
+  // they cost most, the iterations leave them out unless asked for all.
+  if (!w->mantel) w->coef.smoothed = detail || !in->printedOnly;
   char status[64];
   for (int i = 1; i < in->niter; i++) {
     snprintf(status, sizeof(status), "Permutation test: %d of %d", i, in->niter);
@@ -1572,6 +1546,10 @@ bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input)
     // niter 0 gives a positive infinity here: the division is meant.
     input->probabilities[k] = w.count[k] / input->niter;
   }
+  // Statistics left out of the iterations have no probability.
+  static const int smoothedStats[] = {PT_rYT, PT_rZT, PT_roXY, PT_roXZ, PT_roXY_T, PT_roXZ_T};
+  if (!w.mantel && !w.coef.smoothed && input->niter > 1)
+    for (int k : smoothedStats) input->probabilities[k] = NAN;
   FreeOccurrences(&w);
   FreeWork(&w);
   omp_set_num_threads(team);
