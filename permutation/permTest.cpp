@@ -55,6 +55,7 @@ struct PermWork {
   bool phyl;           // phylogenetic statistics wanted
   int* list;           // permutation list of the present iteration
   int listLength;      // entries of list that the shuffle moves
+  int listSize;        // entries of list allocated
   double** Brnd;       // [nOTUs] rows of B in permuted order
   double** Urnd;       // [nOTUs] rows of U in permuted order
   double** Qrnd;       // [nOTUs] rows of Q in permuted order
@@ -581,9 +582,9 @@ static void RaoAll(PermWork* w, double** Sb, double** Sf) {
 
 // Adds 1 to the count of statistic k when the random value is at least as
 // extreme as the observed one; partial statistics always in absolute value.
-static void Count(PermWork* w, const double* observed, int k, bool partial) {
+static void Count(PermWork* w, const double* stat, const double* observed, int k, bool partial) {
   bool absolute = partial || w->in->twoTailed;
-  if (IsLargerThanOrEqual(w->stat[k], observed[k], 1, absolute)) w->count[k] += 1.0;
+  if (IsLargerThanOrEqual(stat[k], observed[k], 1, absolute)) w->count[k] += 1.0;
 }
 
 // ---------------------------------------------------------------------------
@@ -844,14 +845,16 @@ static void AllocWork(PermWork* w, PermTest_FunctionalPhyl_Correl_Input* in) {
   int weightedLength = (w->taxa && in->weightedNullModel) ? WeightedOTUListLength(nO, n, in->W) : 0;
   if (w->taxa) {
     w->listLength = weightedLength > 0 ? weightedLength : nO;
-    w->list = dim1Dint(w->listLength > nO ? w->listLength : (nO > 0 ? nO : 1));
+    w->listSize = w->listLength > nO ? w->listLength : (nO > 0 ? nO : 1);
+    w->list = dim1Dint(w->listSize);
     if (weightedLength > 0)
       FillWeightedOTUList(nO, n, in->W, w->list, weightedLength);
     else
       for (int i = 0; i < nO; i++) w->list[i] = i + 1;
   } else {
     w->listLength = n;
-    w->list = dim1Dint(n > 0 ? n : 1);
+    w->listSize = n > 0 ? n : 1;
+    w->list = dim1Dint(w->listSize);
     for (int c = 0; c < n; c++) w->list[c] = c + 1;
   }
   w->T = dim2Double(n, in->nTraits);
@@ -1168,6 +1171,78 @@ static void FreeOccurrences(PermWork* w) {
   if (w->laneCol16) free1D(w->laneCol16);
 }
 
+// A thread's own work: what an iteration writes is allocated anew, at the
+// sizes of w's; what it only reads (the inputs, the observed matrices, the
+// occurrences, the lanes' shares, the prepared E, Y and Z) is shared.
+static void CloneWork(PermWork* t, const PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int n = w->n, nO = in->nOTUs;
+  *t = *w;
+  t->list = NULL;
+  t->printWork = NULL;
+  t->T = dim2Double(n, in->nTraits);
+  t->X = dim2Double(n, in->nTypes);
+  t->R = dim2Double(n, 1);
+  if (w->P) t->P = dim2Double(n, in->nTaxa);
+  if (w->Rp) t->Rp = dim2Double(n, 1);
+  if (w->Brnd) t->Brnd = PointerRows(nO);
+  if (w->Urnd) t->Urnd = PointerRows(nO);
+  if (w->Qrnd) t->Qrnd = PointerRows(nO);
+  if (w->scoresRnd) t->scoresRnd = PointerRows(nO);
+  if (w->Srnd) t->Srnd = dim2Double(nO, nO);
+  if (w->Sfrnd) t->Sfrnd = dim2Double(nO, nO);
+  double*** square[] = {&t->DT, &t->DX, &t->DP, &t->DR, &t->DRp};
+  for (double*** d : square)
+    if (*d) *d = dim2Double(n, n);
+  if (w->colsT) {
+    int cols = in->nTraits > in->nTypes ? in->nTraits : in->nTypes;
+    if (w->phyl && in->nTaxa > cols) cols = in->nTaxa;
+    t->colsT = ColumnBlock(cols, n);
+    t->colsX = ColumnBlock(in->nTypes, n);
+    t->rowR = dim1Double(n);
+  }
+  if (w->prepared)
+    for (int k = RHO_T; k < N_RHO_MATRICES; k++) t->cen[k] = dim1Double(w->pairs);
+  if (w->rowsSub) t->rowsSub = PointerRows(nO);
+  if (w->rowTX) t->rowTX = dim1Double(w->colsBU);
+  if (w->Ssub) t->Ssub = dim2Double(w->maxOcc > 0 ? w->maxOcc : 1, w->maxOcc > 0 ? w->maxOcc : 1);
+  if (w->raoLanes) {
+    int side = RAO_LANES * (w->maxOcc > 0 ? w->maxOcc : 1);
+    t->laneRow = PointerRows(side);
+    t->laneCol = dim1Dint(side);
+    if (w->laneCol16) t->laneCol16 = (uint16_t*)dim1D(sizeof(uint16_t), side);
+  }
+  if (!w->mantel) CoefWorkAlloc(&t->coef, in, w->coef.smoothed);
+}
+
+static void FreeClone(PermWork* t) {
+  int n = t->n, nO = t->in->nOTUs;
+  free2D(t->T, n);
+  free2D(t->X, n);
+  free2D(t->R, n);
+  if (t->P) free2D(t->P, n);
+  if (t->Rp) free2D(t->Rp, n);
+  void* pointers[] = {t->Brnd, t->Urnd, t->Qrnd, t->scoresRnd, t->rowR, t->rowsSub, t->rowTX, t->laneRow,
+                      t->laneCol, t->laneCol16};
+  for (void* p : pointers)
+    if (p) free1D(p);
+  if (t->Srnd) free2D(t->Srnd, nO);
+  if (t->Sfrnd) free2D(t->Sfrnd, nO);
+  double** square[] = {t->DT, t->DX, t->DP, t->DR, t->DRp};
+  for (double** d : square)
+    if (d) free2D(d, n);
+  if (t->colsT) {
+    free1D(t->colsT[0]);
+    free1D(t->colsT);
+    free1D(t->colsX[0]);
+    free1D(t->colsX);
+  }
+  if (t->prepared)
+    for (int k = RHO_T; k < N_RHO_MATRICES; k++) free1D(t->cen[k]);
+  if (t->Ssub) free2D(t->Ssub, t->maxOcc > 0 ? t->maxOcc : 1);
+  if (!t->mantel) CoefWorkFree(&t->coef);
+}
+
 // o[k .. k + 2 NB - 1] = sum over x < m of a[x] rows[x][k ..], each column's
 // sum in the order of x, two columns to a vector.
 template <int NB>
@@ -1351,17 +1426,17 @@ static void ObservedPhase(PermWork* w) {
   if (in->saveDetail && in->detailFile) DetailPointB(w);
 }
 
-// A new order of the OTUs for this iteration; the site shuffle keeps its
-// identity list and draws nothing.
-static void NewList(PermWork* w) {
+// A new order of the OTUs in list for the next iteration, from the one
+// generator; the site shuffle keeps its identity list and draws nothing.
+static void NewList(PermWork* w, int* list) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   if (!w->taxa) return;
   if (in->weightedNullModel)
-    RndListSpecified(w->listLength, w->list);
+    RndListSpecified(w->listLength, list);
   else if (in->restrictPermutations == 1 && in->nestingMembership)
-    RndListNestedNew(in->nOTUs, in->nestingMembership, 1, w->list);
+    RndListNestedNew(in->nOTUs, in->nestingMembership, 1, list);
   else
-    RndListSpecified(in->nOTUs, w->list);
+    RndListSpecified(in->nOTUs, list);
 }
 
 // m[a][b] = from[list[a]-1][list[b]-1], both triangles.
@@ -1464,7 +1539,59 @@ static void RandomR(PermWork* w) {
   if (w->phyl) OccurrenceRao(w, w->Df, w->Rp);
 }
 
-static void PermutationPhase(PermWork* w) {
+// Everything random of the arrangement in w->list, and its statistics in
+// w->stat. Reads the shared inputs and writes only w's own arrays.
+static void Evaluate(PermWork* w) {
+  // Each arrangement's T, X, P and entropies first, so that their
+  // resemblance matrices are prepared together.
+  RandomT(w);
+  RandomXP(w);
+  RandomR(w);
+  MantelMatrices(w, MM_T | MM_X | MM_R, true);
+  StatsT(w);
+  StatsXP(w);
+  StatsR(w);
+}
+
+// Counts iteration i, whose statistics are stat, into w's running counts;
+// with the intermediate file, prints it from ev, the work that evaluated it.
+// The counts of each point are made before its lines, which print them.
+static void CountIteration(PermWork* w, PermWork* ev, const double* stat, const double* observed, int i,
+                           bool detail) {
+  Count(w, stat, observed, PT_rTE, false);
+  Count(w, stat, observed, PT_rYT, false);
+  Count(w, stat, observed, PT_rZT, false);
+  if (detail) DetailPointC(ev, i);
+  Count(w, stat, observed, PT_rXE, false);
+  Count(w, stat, observed, PT_rXE_T, true);
+  Count(w, stat, observed, PT_roXY, false);
+  Count(w, stat, observed, PT_roXZ, false);
+  Count(w, stat, observed, PT_roXY_T, true);
+  Count(w, stat, observed, PT_roXZ_T, true);
+  if (w->phyl) {
+    Count(w, stat, observed, PT_roPE, false);
+    Count(w, stat, observed, PT_roPT, false);
+    Count(w, stat, observed, PT_roPX, false);
+    for (int k = PT_roPX_T; k <= PT_roPE_X; k++) Count(w, stat, observed, k, true);
+  }
+  if (detail) DetailPointD(ev, i);
+  Count(w, stat, observed, PT_rRE, false);
+  if (w->phyl) {
+    Count(w, stat, observed, PT_rFE, false);
+    if (w->taxa)
+      Count(w, stat, observed, PT_roBF, false);
+    else
+      w->count[PT_roBF] += 1.0;
+  }
+  Count(w, stat, observed, PT_rXE_TR, true);
+  for (int k = 0; k < N_PERMTEST_STATS; k++) permTestRandomSums[k] += stat[k];
+  if (detail) DetailPointE(ev, i);
+}
+
+// Iterations whose lists are drawn before they are evaluated together.
+#define PERM_BLOCK 64
+
+static void PermutationPhase(PermWork* w, int team) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   double observed[N_PERMTEST_STATS];
   memcpy(observed, w->stat, sizeof(observed));
@@ -1473,49 +1600,58 @@ static void PermutationPhase(PermWork* w) {
   // The report prints no statistic of Y and Z: with Procrustes and RV, where
   // they cost most, the iterations leave them out unless asked for all.
   if (!w->mantel) w->coef.smoothed = detail || !in->printedOnly;
-  char status[64];
-  for (int i = 1; i < in->niter; i++) {
-    snprintf(status, sizeof(status), "Permutation test: %d of %d", i, in->niter);
-    HandleEventInfoWhere2(status);
-    NewList(w);
-    // Each arrangement's T, X, P and entropies first, so that their
-    // resemblance matrices are prepared together.
-    RandomT(w);
-    RandomXP(w);
-    RandomR(w);
-    MantelMatrices(w, MM_T | MM_X | MM_R, true);
-    StatsT(w);
-    Count(w, observed, PT_rTE, false);
-    Count(w, observed, PT_rYT, false);
-    Count(w, observed, PT_rZT, false);
-    if (detail) DetailPointC(w, i);
-    StatsXP(w);
-    Count(w, observed, PT_rXE, false);
-    Count(w, observed, PT_rXE_T, true);
-    Count(w, observed, PT_roXY, false);
-    Count(w, observed, PT_roXZ, false);
-    Count(w, observed, PT_roXY_T, true);
-    Count(w, observed, PT_roXZ_T, true);
-    if (w->phyl) {
-      Count(w, observed, PT_roPE, false);
-      Count(w, observed, PT_roPT, false);
-      Count(w, observed, PT_roPX, false);
-      for (int k = PT_roPX_T; k <= PT_roPE_X; k++) Count(w, observed, k, true);
-    }
-    if (detail) DetailPointD(w, i);
-    StatsR(w);
-    Count(w, observed, PT_rRE, false);
-    if (w->phyl) {
-      Count(w, observed, PT_rFE, false);
-      if (w->taxa)
-        Count(w, observed, PT_roBF, false);
-      else
-        w->count[PT_roBF] += 1.0;
-    }
-    Count(w, observed, PT_rXE_TR, true);
-    for (int k = 0; k < N_PERMTEST_STATS; k++) permTestRandomSums[k] += w->stat[k];
-    if (detail) DetailPointE(w, i);
+  // The intermediate file prints the matrices of each iteration as it is
+  // counted, so it takes one iteration at a time on this thread.
+  int threads = detail || team < 1 ? 1 : team;
+  if (threads > in->niter - 1) threads = in->niter - 1 > 1 ? in->niter - 1 : 1;
+  int block = threads > 1 ? PERM_BLOCK * threads : 1;
+  int* master = w->list;
+  int* lists = dim1Dint(block * w->listSize);
+  double* stats = dim1Double(block * N_PERMTEST_STATS);
+  PermWork** work = (PermWork**)dim1D(sizeof(PermWork*), threads);
+  work[0] = w;
+  for (int t = 1; t < threads; t++) {
+    work[t] = (PermWork*)dim1D(sizeof(PermWork), 1);
+    CloneWork(work[t], w);
   }
+  char status[64];
+  for (int first = 1; first < in->niter; first += block) {
+    int size = in->niter - first < block ? in->niter - first : block;
+    // The lists in iteration order from the one generator, as one thread
+    // draws them.
+    for (int b = 0; b < size; b++) {
+      NewList(w, master);
+      memcpy(lists + (long)b * w->listSize, master, sizeof(int) * w->listSize);
+    }
+    if (threads > 1) {
+#pragma omp parallel for num_threads(threads) schedule(dynamic, 1)
+      for (int b = 0; b < size; b++) {
+        PermWork* t = work[omp_get_thread_num()];
+        t->list = lists + (long)b * w->listSize;
+        Evaluate(t);
+        memcpy(stats + (long)b * N_PERMTEST_STATS, t->stat, sizeof(t->stat));
+      }
+    }
+    for (int b = 0; b < size; b++) {
+      int i = first + b;
+      snprintf(status, sizeof(status), "Permutation test: %d of %d", i, in->niter);
+      HandleEventInfoWhere2(status);
+      if (threads == 1) {
+        w->list = lists + (long)b * w->listSize;
+        Evaluate(w);
+        memcpy(stats + (long)b * N_PERMTEST_STATS, w->stat, sizeof(w->stat));
+      }
+      CountIteration(w, w, stats + (long)b * N_PERMTEST_STATS, observed, i, detail);
+    }
+  }
+  w->list = master;
+  for (int t = 1; t < threads; t++) {
+    FreeClone(work[t]);
+    free1D(work[t]);
+  }
+  free1D(work);
+  free1D(lists);
+  free1D(stats);
   memcpy(w->stat, observed, sizeof(observed));
   w->fused = false;
 }
@@ -1535,12 +1671,16 @@ static int SmallProblemTeam(PermTest_FunctionalPhyl_Correl_Input* in) {
 
 bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input) {
   int team = SmallProblemTeam(input);
+  // Iterations run on the team; the parallel loops inside them then run on
+  // the thread that meets them.
+  int levels = omp_get_max_active_levels();
+  omp_set_max_active_levels(1);
   PermWork w;
   AllocWork(&w, input);
   for (int k = 0; k < N_PERMTEST_STATS; k++) w.count[k] = 1.0;
   ObservedPhase(&w);
   SetupOccurrences(&w);
-  PermutationPhase(&w);
+  PermutationPhase(&w, team);
   for (int k = 0; k < N_PERMTEST_STATS; k++) {
     input->statistics[k] = w.stat[k];
     // niter 0 gives a positive infinity here: the division is meant.
@@ -1553,5 +1693,6 @@ bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input)
   FreeOccurrences(&w);
   FreeWork(&w);
   omp_set_num_threads(team);
+  omp_set_max_active_levels(levels);
   return true;
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <omp.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -342,6 +343,85 @@ TEST(PermTestReproducibility, ThreadsAndFasterPathChangeNothing) {
     if (permTestWideLanes) {
       permTestWideLanes = false;
       ExpectSameRuns(&pc, 99, [] { permTestWideLanes = true; }, "wide lanes");
+    }
+    Release(&pc);
+  }
+}
+
+// Iterations on 1, 2 and 3 threads: the lists are drawn in order from the
+// one generator and counted in order, so statistics, probabilities and the
+// sums of the random values agree bit for bit. Enough iterations for
+// several blocks of lists, and a last block cut short. OTUs identical in
+// pairs make some arrangements repeat the observed one: ties, which count.
+TEST(PermTestReproducibility, AnyNumberOfThreadsGivesTheSameCounts) {
+  const int pairs[10] = {0, 0, 1, 1, 2, 2, 3, 3, 4, 4};
+  for (int ro : kMeasures)
+    for (int variant = 0; variant < 3; variant++) {
+      PermCase pc;
+      Build(&pc, 9, 10, 2, pairs, 50 + variant);
+      pc.in.opt_ro = ro;
+      pc.in.niter = 457;
+      pc.in.weightedNullModel = variant == 1;
+      pc.in.includePhylogeny = variant != 2;
+      pc.in.twoTailed = variant != 0;
+      double probs[3][N_PERMTEST_STATS], sums[3][N_PERMTEST_STATS];
+      for (int threads = 1; threads <= 3; threads++) {
+        omp_set_num_threads(threads);
+        RunTest(&pc, 777);
+        memcpy(probs[threads - 1], pc.in.probabilities, sizeof(probs[0]));
+        memcpy(sums[threads - 1], permTestRandomSums, sizeof(sums[0]));
+      }
+      for (int t = 1; t < 3; t++)
+        for (int k = 0; k < N_PERMTEST_STATS; k++) {
+          EXPECT_EQ(probs[0][k], probs[t][k]) << "opt_ro " << ro << ", variant " << variant << ", " << t + 1
+                                              << " threads, statistic " << k + 1;
+          EXPECT_EQ(0, memcmp(&sums[0][k], &sums[t][k], sizeof(double)))
+              << "opt_ro " << ro << ", variant " << variant << ", " << t + 1 << " threads, statistic " << k + 1;
+        }
+      Release(&pc);
+    }
+  // Within the identical pairs every arrangement is the observed one: all
+  // ties, all counted, on any number of threads.
+  for (int ro : kMeasures) {
+    PermCase pc;
+    Build(&pc, 8, 10, 1, pairs, 60);
+    pc.in.opt_ro = ro;
+    pc.in.niter = 150;
+    pc.in.twoTailed = false;
+    pc.in.restrictPermutations = 1;
+    for (int threads = 1; threads <= 3; threads++) {
+      omp_set_num_threads(threads);
+      RunTest(&pc, 5);
+      ExpectAllProbabilities(pc, 1.0, threads == 1 ? "tied, 1 thread" : "tied, several threads");
+    }
+    Release(&pc);
+  }
+  omp_set_num_threads(2);
+}
+
+// Asked for the printed statistics only, Procrustes and RV leave the six of
+// Y and Z out of the iterations (their probabilities become not-a-numbers)
+// and every other probability stays as it was.
+TEST(PermTestStatistics, PrintedOnlyLeavesTheOthersUnchanged) {
+  const int smoothed[6] = {PT_rYT, PT_rZT, PT_roXY, PT_roXZ, PT_roXY_T, PT_roXZ_T};
+  for (int ro = 1; ro <= 3; ro++) {
+    PermCase pc;
+    Build(&pc, 10, 8, 2, nullptr, 70);
+    pc.in.opt_ro = ro;
+    pc.in.niter = 60;
+    RunTest(&pc, 31);
+    double stats[N_PERMTEST_STATS], probs[N_PERMTEST_STATS];
+    memcpy(stats, pc.in.statistics, sizeof(stats));
+    memcpy(probs, pc.in.probabilities, sizeof(probs));
+    pc.in.printedOnly = true;
+    RunTest(&pc, 31);
+    for (int k = 0; k < N_PERMTEST_STATS; k++) {
+      bool left = ro != 1 && std::find(smoothed, smoothed + 6, k) != smoothed + 6;
+      EXPECT_EQ(stats[k], pc.in.statistics[k]) << "opt_ro " << ro << ", observed statistic " << k + 1;
+      if (left)
+        EXPECT_TRUE(std::isnan(pc.in.probabilities[k])) << "opt_ro " << ro << ", statistic " << k + 1;
+      else
+        EXPECT_EQ(probs[k], pc.in.probabilities[k]) << "opt_ro " << ro << ", statistic " << k + 1;
     }
     Release(&pc);
   }
