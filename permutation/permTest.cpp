@@ -1589,7 +1589,106 @@ static void CountIteration(PermWork* w, PermWork* ev, const double* stat, const 
 }
 
 // Iterations whose lists are drawn before they are evaluated together.
-#define PERM_BLOCK 64
+#define PERM_BLOCK 256
+
+// The lists and statistics of one block of iterations.
+struct PermBlock {
+  int first;      // its first iteration
+  int size;       // its iterations
+  int* lists;     // [size][listSize]
+  double* stats;  // [size][N_PERMTEST_STATS]
+};
+
+// Draws the lists of the block of `size` iterations from `first`, in
+// iteration order, from the one generator; master keeps the draw's state.
+static void DrawBlock(PermWork* w, int* master, PermBlock* b, int first, int size) {
+  b->first = first;
+  b->size = size;
+  for (int k = 0; k < size; k++) {
+    NewList(w, master);
+    memcpy(b->lists + (long)k * w->listSize, master, sizeof(int) * w->listSize);
+  }
+}
+
+// Counts a block in iteration order, with its progress line.
+static void CountBlock(PermWork* w, const PermBlock* b, const double* observed) {
+  for (int k = 0; k < b->size; k++)
+    CountIteration(w, w, b->stats + (long)k * N_PERMTEST_STATS, observed, b->first + k, false);
+  char status[64];
+  snprintf(status, sizeof(status), "Permutation test: %d of %d", b->first + b->size - 1, w->in->niter);
+  HandleEventInfoWhere2(status);
+}
+
+// One iteration at a time on this thread, each counted (and printed to the
+// intermediate file) as soon as it is evaluated.
+static void SerialIterations(PermWork* w, const double* observed, bool detail) {
+  int* master = w->list;
+  char status[64];
+  for (int i = 1; i < w->in->niter; i++) {
+    snprintf(status, sizeof(status), "Permutation test: %d of %d", i, w->in->niter);
+    HandleEventInfoWhere2(status);
+    NewList(w, master);
+    Evaluate(w);
+    CountIteration(w, w, w->stat, observed, i, detail);
+  }
+}
+
+// Blocks of iterations on the team. While the team evaluates block k, the
+// main thread first draws the lists of block k + 1 and counts block k - 1,
+// then joins the evaluation: draws and counts stay in iteration order on
+// the one thread, and nothing waits for them.
+static void ParallelIterations(PermWork* w, int threads, const double* observed) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int block = PERM_BLOCK * threads, listSize = w->listSize;
+  int* master = w->list;
+  PermBlock blocks[2];
+  for (int h = 0; h < 2; h++) {
+    blocks[h].lists = dim1Dint(block * listSize);
+    blocks[h].stats = dim1Double(block * N_PERMTEST_STATS);
+    blocks[h].size = 0;
+  }
+  PermWork** work = (PermWork**)dim1D(sizeof(PermWork*), threads);
+  work[0] = w;
+  for (int t = 1; t < threads; t++) {
+    work[t] = (PermWork*)dim1D(sizeof(PermWork), 1);
+    CloneWork(work[t], w);
+  }
+  int total = in->niter - 1;
+  DrawBlock(w, master, &blocks[0], 1, total < block ? total : block);
+  for (int k = 0; blocks[k % 2].size > 0; k++) {
+    PermBlock* now = &blocks[k % 2];
+    PermBlock* other = &blocks[(k + 1) % 2];
+    int next = now->first + now->size, left = in->niter - next;
+#pragma omp parallel num_threads(threads)
+    {
+      if (omp_get_thread_num() == 0) {
+        if (k > 0) CountBlock(w, other, observed);
+        if (left > 0)
+          DrawBlock(w, master, other, next, left < block ? left : block);
+        else
+          other->size = 0;
+      }
+#pragma omp for schedule(dynamic, 1)
+      for (int b = 0; b < now->size; b++) {
+        PermWork* t = work[omp_get_thread_num()];
+        t->list = now->lists + (long)b * listSize;
+        Evaluate(t);
+        memcpy(now->stats + (long)b * N_PERMTEST_STATS, t->stat, sizeof(t->stat));
+      }
+    }
+    if (other->size == 0) CountBlock(w, now, observed);
+  }
+  w->list = master;
+  for (int t = 1; t < threads; t++) {
+    FreeClone(work[t]);
+    free1D(work[t]);
+  }
+  free1D(work);
+  for (int h = 0; h < 2; h++) {
+    free1D(blocks[h].lists);
+    free1D(blocks[h].stats);
+  }
+}
 
 static void PermutationPhase(PermWork* w, int team) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
@@ -1602,56 +1701,11 @@ static void PermutationPhase(PermWork* w, int team) {
   if (!w->mantel) w->coef.smoothed = detail || !in->printedOnly;
   // The intermediate file prints the matrices of each iteration as it is
   // counted, so it takes one iteration at a time on this thread.
-  int threads = detail || team < 1 ? 1 : team;
-  if (threads > in->niter - 1) threads = in->niter - 1 > 1 ? in->niter - 1 : 1;
-  int block = threads > 1 ? PERM_BLOCK * threads : 1;
-  int* master = w->list;
-  int* lists = dim1Dint(block * w->listSize);
-  double* stats = dim1Double(block * N_PERMTEST_STATS);
-  PermWork** work = (PermWork**)dim1D(sizeof(PermWork*), threads);
-  work[0] = w;
-  for (int t = 1; t < threads; t++) {
-    work[t] = (PermWork*)dim1D(sizeof(PermWork), 1);
-    CloneWork(work[t], w);
-  }
-  char status[64];
-  for (int first = 1; first < in->niter; first += block) {
-    int size = in->niter - first < block ? in->niter - first : block;
-    // The lists in iteration order from the one generator, as one thread
-    // draws them.
-    for (int b = 0; b < size; b++) {
-      NewList(w, master);
-      memcpy(lists + (long)b * w->listSize, master, sizeof(int) * w->listSize);
-    }
-    if (threads > 1) {
-#pragma omp parallel for num_threads(threads) schedule(dynamic, 1)
-      for (int b = 0; b < size; b++) {
-        PermWork* t = work[omp_get_thread_num()];
-        t->list = lists + (long)b * w->listSize;
-        Evaluate(t);
-        memcpy(stats + (long)b * N_PERMTEST_STATS, t->stat, sizeof(t->stat));
-      }
-    }
-    for (int b = 0; b < size; b++) {
-      int i = first + b;
-      snprintf(status, sizeof(status), "Permutation test: %d of %d", i, in->niter);
-      HandleEventInfoWhere2(status);
-      if (threads == 1) {
-        w->list = lists + (long)b * w->listSize;
-        Evaluate(w);
-        memcpy(stats + (long)b * N_PERMTEST_STATS, w->stat, sizeof(w->stat));
-      }
-      CountIteration(w, w, stats + (long)b * N_PERMTEST_STATS, observed, i, detail);
-    }
-  }
-  w->list = master;
-  for (int t = 1; t < threads; t++) {
-    FreeClone(work[t]);
-    free1D(work[t]);
-  }
-  free1D(work);
-  free1D(lists);
-  free1D(stats);
+  int threads = detail ? 1 : team;
+  if (threads > 1 && in->niter > 2)
+    ParallelIterations(w, threads, observed);
+  else
+    SerialIterations(w, observed, detail);
   memcpy(w->stat, observed, sizeof(observed));
   w->fused = false;
 }
