@@ -6,7 +6,7 @@
 #define PERMUTATION_PERMCOEF_H
 
 #include "TarnLib/tarnlibCongruence.h"
-#include "permutation/permTest.h"
+#include "permutation/permCorrel.h"
 
 // Residuals of one matrix on one set of controls, and their prepared form.
 struct CoefResidual {

@@ -7,7 +7,7 @@
 
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibRandom.h"
-#include "permutation/otherTests.h"
+#include "permutation/permOther.h"
 #include "tests/unit/test_util.h"
 
 using namespace testutil;

@@ -3,12 +3,9 @@
 // trait-convergence and trait-divergence assembly patterns (Pillar et al.
 // 2009, J. Veg. Sci. 20: 334-348) and phylogenetic structure (Pillar & Duarte
 // 2010, Ecology Letters 13: 587-596), with Procrustes and RV alternatives.
-#include "permutation/permTest.h"
+#include "permutation/permCorrel.h"
 
 #include <omp.h>
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 #include <cmath>
 #include <cstdint>
@@ -20,11 +17,10 @@
 #include "TarnLib/tarnlibRandom.h"
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
-#include "TarnLib/tarnlibTables.h"
 #include "permutation/permCoef.h"
-#include "permutation/permLanes.h"
+#include "permutation/permCorrelWork.h"
+#include "permutation/permKernels.h"
 #include "scaling/community.h"
-#include "scaling/scalingUp.h"
 #include "shell/shell.h"
 
 bool permTestPlainLoops = false;
@@ -34,248 +30,43 @@ double permTestSmallWork = 4000000.0;
 // Two runs that drew the same arrangements agree here to the last bit.
 double permTestRandomSums[N_PERMTEST_STATS];
 
-// Digits of the numbers in the intermediate file.
-#define PERM_DETAIL_DIGITS 6
-
-// The resemblance matrices that enter Mantel correlations.
-enum { RHO_E, RHO_Y, RHO_Z, RHO_T, RHO_X, RHO_R, RHO_P, RHO_RP, N_RHO_MATRICES };
-
-// Communities whose Rao entropies run side by side: independent sums overlap.
-#define RAO_LANES 4
-
-// Working storage of one call, allocated once before the iterations. The
-// permuted B, U, Q and PCoA scores are row-pointer arrays into the caller's
-// rows: a permuted row is the same row, so nothing is copied per iteration.
-struct PermWork {
-  PermTest_FunctionalPhyl_Correl_Input* in;
-  int n;               // communities
-  int code;            // ResemblanceLib code for X and P
-  bool mantel;         // opt_ro 1: statistics on resemblance matrices
-  bool taxa;           // taxa shuffle (else site shuffle)
-  bool phyl;           // phylogenetic statistics wanted
-  int* list;           // permutation list of the present iteration
-  int listLength;      // entries of list that the shuffle moves
-  int listSize;        // entries of list allocated
-  double** Brnd;       // [nOTUs] rows of B in permuted order
-  double** Urnd;       // [nOTUs] rows of U in permuted order
-  double** Qrnd;       // [nOTUs] rows of Q in permuted order
-  double** scoresRnd;  // [nOTUs] rows of the PCoA scores in permuted order
-  double** Srnd;       // [nOTUs][nOTUs] permuted Sb
-  double** Sfrnd;      // [nOTUs][nOTUs] permuted Sf
-  double** Bnorm;      // [nOTUs][nTraits] B with columns at unit length
-  double** T;          // [n][nTraits] observed, then random T
-  double** X;          // [n][nTypes]
-  double** P;          // [n][nTaxa]
-  double** R;          // [n][1] Rao entropy from Sb
-  double** Rp;         // [n][1] Rao entropy from Sf
-  double** Tobs;       // observed T (normalised), X, P, R, Rp: what the
-  double** Xobs;       // site shuffle permutes
-  double** Pobs;
-  double** Robs;
-  double** Rpobs;
-  double** DT;         // [n][n] resemblance matrices, Mantel only
-  double** DX;
-  double** DP;
-  double** DR;
-  double** DRp;
-  double** printWork;  // [max(n, nOTUs)]^2 transpose for printing
-  // Occurrences: the products and Rao entropies of a community only need
-  // the OTUs with an abundance other than 0, since a zero abundance adds an
-  // exact 0 to every sum. Each community's call then runs over those alone.
-  bool compactT;       // T from the occurrences (B finite, W finite)
-  bool compactXP;      // X and P from the occurrences (U, Q finite, no -999)
-  bool compactR;       // Rao entropies from the occurrences (finite d)
-  int* occStart;       // [n + 1] start of each community in occOTU
-  int* occOTU;         // zero-based OTU of each occurrence
-  double* occW;        // its abundance
-  int* occWeight;      // its weight_OTUs
-  double** rowsSub;    // [nOTUs] rows of the permuted matrix for one community
-  double** Ssub;       // [maxOcc]^2 permuted distances among one community's OTUs
-  double** Db;         // [nOTUs]^2 Rao distance d of each entry of Sb
-  double** Df;         // [nOTUs]^2 the same of Sf
-  int maxOcc;          // most occurrences in a community
-  bool plainTerms;     // no -999 among the occurrences, every weight 1
-  bool plainB;         // B holds no -999
-  // T and X of an arrangement in one pass on wide lanes: B and U side by
-  // side, padded with zeros to whole vectors; NULL when not in use.
-  double** BU;         // [nOTUs][colsBU]
-  int colsBU;          // nTraits + nTypes rounded up to a multiple of 4
-  double* rowTX;       // [colsBU] one community's sums
-  double** colsT;      // [max(nTraits, nTypes)][n] data by columns for the distances
-  double** colsX;      // [nTypes][n] X by columns, when T's distances run beside it
-                       // (each of the two is one block, a column after the other)
-  double* rowR;        // [n] the entropies in one array, for the same pass
-  // Rao entropies in lanes: communities by decreasing occurrences, four at a
-  // time, each padded with zero shares to the first one's count.
-  bool raoLanes;       // the lanes are in use (no -999, all weights 1)
-  int nGroups;         // groups of RAO_LANES communities
-  int* laneStart;      // [nGroups + 1] start of each group in laneQ, laneOTU
-  int* laneComm;       // [nGroups * RAO_LANES] community of each lane, -1 none
-  double* laneQ;       // share a / total of each occurrence, 0 when padding:
-                       // the x-th of lane L at RAO_LANES x + L in its group
-  int* laneOTU;        // its zero-based OTU (0 when padding), the same way
-  double** laneRow;    // [RAO_LANES * maxOcc] permuted distance rows
-  int* laneCol;        // [RAO_LANES * maxOcc] permuted columns
-  uint16_t* laneCol16; // the same in 16 bits when every OTU fits, else NULL
-  // Mantel correlations of three communities or more on prepared matrices:
-  // each matrix's pairs minus their mean once, then one pass per correlation.
-  bool prepared;       // the prepared forms are in use
-  long pairs;          // pairs i < j of communities
-  double* cen[N_RHO_MATRICES];  // [pairs] centred pairs of each matrix
-  double ss[N_RHO_MATRICES];    // their sums of squares
-  bool ok[N_RHO_MATRICES];      // prepared (no -999): else MatrixCorr
-  double* eyze;                 // [4 pairs] centred E, Y, Z, E of each pair
-  double stat[N_PERMTEST_STATS];   // statistics of the present arrangement
-  double count[N_PERMTEST_STATS];  // running counts, the observed one included
-  double rXT, rXR, rTR;            // helpers of the partial statistics
-  bool fused;                      // the iteration's rho values are in fusedRho
-  double fusedRho[3][4];           // those of StatsT, StatsXP and StatsR, in their order
-  double rXE_R, rTE_R, rXT_R;
-  CoefWork coef;                   // Procrustes and RV statistics on prepared matrices
-};
-
 // ---------------------------------------------------------------------------
 // Statistics
 
-// Number of pairs of a row whose sums run side by side in Distances, and
-// two doubles that the compiler adds and multiplies lane by lane (IEEE
-// arithmetic per lane, the same as one at a time).
-#define DIST_BLOCK 8
-typedef double Lanes2 __attribute__((vector_size(16)));
-
-// s > 0 ? sqrt(s) : 0 lane by lane (a NaN gives 0). The square root is
-// correctly rounded whether taken two at a time or one by one.
-static inline Lanes2 RootOrZero(Lanes2 s) {
-#ifdef __SSE2__
-  return (Lanes2)_mm_and_pd(_mm_sqrt_pd((__m128d)s), _mm_cmpgt_pd((__m128d)s, _mm_setzero_pd()));
-#else
-  Lanes2 r = {s[0] > 0.0 ? std::sqrt(s[0]) : 0.0, s[1] > 0.0 ? std::sqrt(s[1]) : 0.0};
-  return r;
-#endif
-}
-
-// Row i of the entropy distances |R[i] - R[j]|, the diagonal and j > i,
-// each added to *total in pair order.
-static inline void EntropyRow(int n, int i, double** R, double* row, double* total) {
-  double x = R[i][0], sum = *total;
-  row[i] = 0.0;
-  for (int j = i + 1; j < n; j++) {
-    double d = std::fabs(x - R[j][0]);
-    row[j] = d;
-    sum += d;
-  }
-  *total = sum;
-}
-
-// out[k][i] = data[i][k]; false at the first -999.
-static bool ByColumns(int n, int cols, double** data, double** out) {
-  for (int i = 0; i < n; i++)
-    for (int k = 0; k < cols; k++) {
-      if (data[i][k] == -999.0) return false;
-      out[k][i] = data[i][k];
-    }
-  return true;
-}
-
-// D = Euclidean distances between the rows of data (n by cols), as
-// ResemblanceLib with code 3 gives them: EucliDist's sums, each pair's over
-// k in order, but DIST_BLOCK pairs of a row at a time from the data by
-// columns, so that independent sums run side by side. Only the diagonal and
-// the pairs i < j are written: nothing here reads the lower triangle. Data
-// with -999 go to ResemblanceLib. On this path *pairSum gets the sum of the
-// pairs i < j in pair order, as MatrixCorrPairSums adds them (no pair is
-// -999 here), and the result is true; false after ResemblanceLib. With R
-// (entropies without -999), the rows of their distances DR and the sum of
-// those pairs (*pairSumR) are made row by row with these, so that their
-// additions overlap the sums of squares.
-static bool Distances(PermWork* w, int cols, double** data, double** D, int code, double* pairSum,
-                      double** R = NULL, double** DR = NULL, double* pairSumR = NULL) {
-  int n = w->n;
-  if (!w->colsT || code != 3 || !ByColumns(n, cols, data, w->colsT)) {
-    ResemblanceLib(n, cols, data, D, 1, code, 0, NULL, 0.0, 0.0, 0, false);
-    return false;
-  }
-  double** c = w->colsT;
-  double total = 0.0, totalR = 0.0;
-  for (int i = 0; i < n; i++) {
-    double* row = D[i];
-    row[i] = 0.0;
-    int j = i + 1;
-    for (; j + DIST_BLOCK <= n; j += DIST_BLOCK) {
-      // Two pairs to a vector: each lane does its own pair's operations.
-      Lanes2 s0 = {0.0, 0.0}, s1 = s0, s2 = s0, s3 = s0;
-      for (int k = 0; k < cols; k++) {
-        const double* col = c[k] + j;
-        Lanes2 x = {c[k][i], c[k][i]}, a0, a1, a2, a3;
-        memcpy(&a0, col, sizeof(a0));
-        memcpy(&a1, col + 2, sizeof(a1));
-        memcpy(&a2, col + 4, sizeof(a2));
-        memcpy(&a3, col + 6, sizeof(a3));
-        Lanes2 d0 = x - a0, d1 = x - a1, d2 = x - a2, d3 = x - a3;
-        s0 += d0 * d0;
-        s1 += d1 * d1;
-        s2 += d2 * d2;
-        s3 += d3 * d3;
-      }
-      s0 = RootOrZero(s0), s1 = RootOrZero(s1), s2 = RootOrZero(s2), s3 = RootOrZero(s3);
-      memcpy(row + j, &s0, sizeof(s0));
-      memcpy(row + j + 2, &s1, sizeof(s1));
-      memcpy(row + j + 4, &s2, sizeof(s2));
-      memcpy(row + j + 6, &s3, sizeof(s3));
-      for (int t = 0; t < DIST_BLOCK; t++) total += row[j + t];
-    }
-    for (; j + 2 <= n; j += 2) {
-      Lanes2 s0 = {0.0, 0.0};
-      for (int k = 0; k < cols; k++) {
-        Lanes2 x = {c[k][i], c[k][i]}, a0;
-        memcpy(&a0, c[k] + j, sizeof(a0));
-        Lanes2 d0 = x - a0;
-        s0 += d0 * d0;
-      }
-      s0 = RootOrZero(s0);
-      memcpy(row + j, &s0, sizeof(s0));
-      total += row[j];
-      total += row[j + 1];
-    }
-    for (; j < n; j++) {
-      double sum = 0.0;
-      for (int k = 0; k < cols; k++) {
-        double d = c[k][i] - c[k][j];
-        sum += d * d;
-      }
-      double d = sum > 0.0 ? std::sqrt(sum) : 0.0;
-      row[j] = d;
-      total += d;
-    }
-    if (R) EntropyRow(n, i, R, DR[i], &totalR);
-  }
-  *pairSum = total;
-  if (R) *pairSumR = totalR;
-  return true;
-}
-
-// No entropy is -999 (and the loops here are in use).
+// No entropy is -999 (and the faster loops are in use); the entropies are
+// then copied to the plain array rowR.
 static bool EntropiesPlain(const PermWork* w, double** R) {
-  if (permTestPlainLoops) return false;
+  if (permTestPlainLoops || !w->rowR) return false;
   for (int i = 0; i < w->n; i++)
     if (R[i][0] == -999.0) return false;
+  for (int i = 0; i < w->n; i++) w->rowR[i] = R[i][0];
   return true;
 }
 
 // D = |R[i] - R[j]| of the entropies, AbsValFunctionMV's values for one
 // column (0 + |x| is |x|); the pairs i < j and the diagonal only, like
-// Distances, and their sum in pair order in *pairSum (true). With -999,
-// AbsValFunctionMV (false).
-static bool EntropyDistances(PermWork* w, double** R, double** D, double* pairSum) {
-  int n = w->n;
+// the distances, and their sum in pair order in *pairSum (true). With
+// -999, AbsValFunctionMV (false).
+static bool EntropyDistancesOf(PermWork* w, double** R, double** D, double* pairSum) {
   if (!EntropiesPlain(w, R)) {
-    AbsValFunctionMV(n, 1, R, D);
+    AbsValFunctionMV(w->n, 1, R, D);
     return false;
   }
-  double total = 0.0;
-  for (int i = 0; i < n; i++) EntropyRow(n, i, R, D[i], &total);
-  *pairSum = total;
+  EntropyDistances(w->n, w->rowR, D, pairSum);
   return true;
+}
+
+// Makes m ready for CommunityDistances from data (n by cols) into the
+// column block `block`: true for Euclidean distances of data without -999.
+// Otherwise D gets ResemblanceLib's matrix for code, and false.
+static bool LanesOrGeneral(PermWork* w, int cols, double** data, double** D, int code, double** block,
+                           LaneMatrix* m) {
+  if (block && code == 3 && ColumnsOf(w->n, cols, data, block[0])) {
+    *m = LaneMatrix{cols, block[0], D, 0.0};
+    return true;
+  }
+  ResemblanceLib(w->n, cols, data, D, 1, code, 0, NULL, 0.0, 0.0, 0, false);
+  return false;
 }
 
 // c(A, B) of two data matrices with `rows` rows: Procrustes for opt_ro 2,
@@ -314,72 +105,8 @@ static void RhoMany(PermWork* w, int a, double** A, int k, const int* b, double*
   for (int u = 0; u < used; u++) r[which[u]] = out[u];
 }
 
-// DT, DX and, when wanted and plain, DR of an arrangement in one pass on
-// wide lanes, with the sums of their pairs in sum[0..2]; *drDone tells
-// whether DR was made. False, with nothing made, when the lanes are off or
-// the data need the general distances.
-static bool WideDistances(PermWork* w, bool wantR, double* sum, bool* drDone) {
-  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
-  int n = w->n;
-  *drDone = false;
-  if (!permTestWideLanes || !w->colsT || w->code != 3 || !ByColumns(n, in->nTraits, w->T, w->colsT) ||
-      !ByColumns(n, in->nTypes, w->X, w->colsX))
-    return false;
-  bool withR = wantR && EntropiesPlain(w, w->R);
-  if (withR)
-    for (int c = 0; c < n; c++) w->rowR[c] = w->R[c][0];
-  LaneMatrix t = {in->nTraits, w->colsT[0], w->DT, 0.0}, x = {in->nTypes, w->colsX[0], w->DX, 0.0};
-  LaneDistances(n, &t, &x, withR ? w->rowR : NULL, w->DR, &sum[2]);
-  sum[0] = t.total;
-  sum[1] = x.total;
-  *drDone = withR;
-  return true;
-}
-
 // The matrices of the statistics that follow, as the bits of `which`.
 enum { MM_T = 1, MM_X = 2, MM_R = 4 };
-
-// r = cross / sqrt(ssA ssB), 0 for a zero sum of squares: MatrixCorr's end.
-static double RhoOf(double cross, double ssA, double ssB) {
-  return (ssA == 0.0 || ssB == 0.0) ? 0.0 : cross / std::sqrt(ssA * ssB);
-}
-
-// Mantel's second pass over the pairs of DT, DX and DR with their means:
-// t = tE, tY, tZ, xE, xT, xY, xZ, rE, rX, rT, sT, sX, sR, as LaneCrossSums
-// gives them, two sums to a vector.
-static void CrossSums(const PermWork* w, double mT, double mX, double mR, double* t) {
-  // Two sums to a vector, each lane its own sum with the same operations
-  // in the same order: (tE, tY), (tZ, xE), (xT, xY), (xZ, rE), (rX, rT),
-  // (sT, sX); sR alone.
-  const double* eyze = w->eyze;
-  const Lanes2 mTX = {mT, mX};
-  Lanes2 aTETY = {0.0, 0.0}, aTZXE = aTETY, aXTXY = aTETY, aXZRE = aTETY, aRXRT = aTETY, aSTSX = aTETY;
-  double sR = 0.0;
-  long p = 0;
-  for (int i = 0; i < w->n; i++) {
-    const double *dt = w->DT[i], *dx = w->DX[i], *dr = w->DR[i];
-    for (int j = i + 1; j < w->n; j++, p++) {
-      Lanes2 d = {dt[j], dx[j]};
-      Lanes2 TX = d - mTX;
-      double R = dr[j] - mR;
-      Lanes2 EY, ZE;
-      memcpy(&EY, eyze + 4 * p, sizeof(EY));
-      memcpy(&ZE, eyze + 4 * p + 2, sizeof(ZE));
-      double T = TX[0], X = TX[1];
-      Lanes2 TT = {T, T}, XX = {X, X}, RR = {R, R}, XR = {X, R}, TY = {T, EY[1]}, XT = {X, T};
-      sR += R * R;
-      aSTSX += TX * TX;
-      aTETY += TT * EY;
-      aTZXE += TX * ZE;
-      aXTXY += XX * TY;
-      aXZRE += XR * ZE;
-      aRXRT += RR * XT;
-    }
-  }
-  const double sums[13] = {aTETY[0], aTETY[1], aTZXE[0], aTZXE[1], aXTXY[0], aXTXY[1], aXZRE[0],
-                           aXZRE[1], aRXRT[0], aRXRT[1], aSTSX[0], aSTSX[1], sR};
-  memcpy(t, sums, sizeof(sums));
-}
 
 // Without phylogeny, when DE, DY and DZ are prepared and DT, DX and DR
 // hold no -999: the ten rho values of an arrangement with MatrixCorr's two
@@ -400,65 +127,62 @@ static bool FusedRho(PermWork* w, bool given, double* sum) {
   long count = w->pairs;
   double mT = sum[0] / count, mX = sum[1] / count, mR = sum[2] / count;
   double t[13];
-  if (permTestWideLanes)
-    LaneCrossSums(w->n, w->DT, w->DX, w->DR, mT, mX, mR, w->eyze, t);
-  else
-    CrossSums(w, mT, mX, mR, t);
+  MantelCrossSums(w->n, w->DT, w->DX, w->DR, mT, mX, mR, w->eyze, t);
   double tE = t[0], tY = t[1], tZ = t[2], xE = t[3], xT = t[4], xY = t[5], xZ = t[6], rE = t[7];
   double rX = t[8], rT = t[9], sT = t[10], sX = t[11], sR = t[12];
   double* ss = w->ss;
   ss[RHO_T] = sT, ss[RHO_X] = sX, ss[RHO_R] = sR;
   w->ok[RHO_T] = w->ok[RHO_X] = w->ok[RHO_R] = true;
   double(*f)[4] = w->fusedRho;
-  f[0][0] = RhoOf(tE, ss[RHO_T], ss[RHO_E]);
-  f[0][1] = RhoOf(tY, ss[RHO_T], ss[RHO_Y]);
-  f[0][2] = RhoOf(tZ, ss[RHO_T], ss[RHO_Z]);
-  f[1][0] = RhoOf(xE, ss[RHO_X], ss[RHO_E]);
-  f[1][1] = RhoOf(xT, ss[RHO_X], ss[RHO_T]);
-  f[1][2] = RhoOf(xY, ss[RHO_X], ss[RHO_Y]);
-  f[1][3] = RhoOf(xZ, ss[RHO_X], ss[RHO_Z]);
-  f[2][0] = RhoOf(rE, ss[RHO_R], ss[RHO_E]);
-  f[2][1] = RhoOf(rX, ss[RHO_R], ss[RHO_X]);
-  f[2][2] = RhoOf(rT, ss[RHO_R], ss[RHO_T]);
+  f[0][0] = RhoOfSums(tE, ss[RHO_T], ss[RHO_E]);
+  f[0][1] = RhoOfSums(tY, ss[RHO_T], ss[RHO_Y]);
+  f[0][2] = RhoOfSums(tZ, ss[RHO_T], ss[RHO_Z]);
+  f[1][0] = RhoOfSums(xE, ss[RHO_X], ss[RHO_E]);
+  f[1][1] = RhoOfSums(xT, ss[RHO_X], ss[RHO_T]);
+  f[1][2] = RhoOfSums(xY, ss[RHO_X], ss[RHO_Y]);
+  f[1][3] = RhoOfSums(xZ, ss[RHO_X], ss[RHO_Z]);
+  f[2][0] = RhoOfSums(rE, ss[RHO_R], ss[RHO_E]);
+  f[2][1] = RhoOfSums(rX, ss[RHO_R], ss[RHO_X]);
+  f[2][2] = RhoOfSums(rT, ss[RHO_R], ss[RHO_T]);
   w->fused = true;
   return true;
 }
 
 // With Mantel, the resemblance matrices of T (MM_T), of X and P (MM_X) and
-// of the Rao entropies (MM_R), prepared together: their sums run side by
-// side instead of one after the other.
+// of the Rao entropies (MM_R), prepared together: the distances of T and X
+// and those of the entropies run in one pass, and their sums side by side.
 static void MantelMatrices(PermWork* w, int which, bool tryFused) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   if (!w->mantel) return;
   int n = w->n, k = 0, id[5];
   double** D[5];
-  // The sums of pairs of DT, DX and DR, when their loops give them.
+  LaneMatrix t, x;
+  // The sums of pairs of DT, DX and DR, when the loops give them.
   double sum[3], spare;
-  bool given = true, drDone = false;
-  bool wide = (which & MM_T) && (which & MM_X) && WideDistances(w, which & MM_R, sum, &drDone);
-  if (which & MM_T) {
-    if (!wide) given &= Distances(w, in->nTraits, w->T, w->DT, 3, &sum[0]);
-    D[k] = w->DT, id[k++] = RHO_T;
-  }
-  // DR along with DX when both are wanted and the entropies are plain.
+  bool laneT = (which & MM_T) && LanesOrGeneral(w, in->nTraits, w->T, w->DT, 3, w->colsT, &t);
+  bool laneX = (which & MM_X) && LanesOrGeneral(w, in->nTypes, w->X, w->DX, w->code, w->colsX, &x);
+  bool withR = (which & MM_R) && EntropiesPlain(w, w->R);
+  LaneMatrix* first = laneT ? &t : laneX ? &x : NULL;
+  bool drDone = first && withR;
+  if (first) CommunityDistances(n, first, laneT && laneX ? &x : NULL, drDone ? w->rowR : NULL, w->DR, &sum[2]);
+  bool given = laneT && laneX;
+  if (laneT) sum[0] = t.total;
+  if (laneX) sum[1] = x.total;
+  if (which & MM_T) D[k] = w->DT, id[k++] = RHO_T;
   if (which & MM_X) {
-    if (!wide) {
-      bool withR = (which & MM_R) && EntropiesPlain(w, w->R);
-      drDone = Distances(w, in->nTypes, w->X, w->DX, w->code, &sum[1], withR ? w->R : NULL, w->DR, &sum[2]);
-      given &= drDone;
-      drDone &= withR;
-    }
     D[k] = w->DX, id[k++] = RHO_X;
     if (w->phyl) {
-      Distances(w, in->nTaxa, w->P, w->DP, w->code, &spare);
+      LaneMatrix p;
+      if (LanesOrGeneral(w, in->nTaxa, w->P, w->DP, w->code, w->colsT, &p))
+        CommunityDistances(n, &p, NULL, NULL, NULL, &spare);
       D[k] = w->DP, id[k++] = RHO_P;
     }
   }
   if (which & MM_R) {
-    if (!drDone) given &= EntropyDistances(w, w->R, w->DR, &sum[2]);
+    if (!drDone) given &= EntropyDistancesOf(w, w->R, w->DR, &sum[2]);
     D[k] = w->DR, id[k++] = RHO_R;
     if (w->phyl) {
-      EntropyDistances(w, w->Rp, w->DRp, &spare);
+      EntropyDistancesOf(w, w->Rp, w->DRp, &spare);
       D[k] = w->DRp, id[k++] = RHO_RP;
     }
   }
@@ -585,220 +309,6 @@ static void RaoAll(PermWork* w, double** Sb, double** Sf) {
 static void Count(PermWork* w, const double* stat, const double* observed, int k, bool partial) {
   bool absolute = partial || w->in->twoTailed;
   if (IsLargerThanOrEqual(stat[k], observed[k], 1, absolute)) w->count[k] += 1.0;
-}
-
-// ---------------------------------------------------------------------------
-// Intermediate output
-
-static void PrintMat(PermWork* w, int rows, int cols, double** m) {
-  PrintMatrixTab(w->in->detailFile, rows, cols, m, PERM_DETAIL_DIGITS);
-}
-
-// A resemblance matrix holds its values in the upper triangle; the printer
-// shows the lower one, so it prints the transpose.
-static void PrintRese(PermWork* w, int n, double** m) {
-  TransposeSqMatrix(n, m, w->printWork);
-  PrintLowerHalfMatrixTab(w->in->detailFile, n, w->printWork, PERM_DETAIL_DIGITS);
-}
-
-static void PrintCol(PermWork* w, double** v) {
-  for (int c = 0; c < w->n; c++) w->printWork[0][c] = v[c][0];
-  PrintVectorTab(w->in->detailFile, w->n, w->printWork[0], PERM_DETAIL_DIGITS, (int*)NULL);
-}
-
-static void PrintList(PermWork* w, int n) { PrintVectorTab(w->in->detailFile, n, w->list, (int*)NULL); }
-
-static void DetailPointA(PermWork* w) {
-  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
-  FILE* f = in->detailFile;
-  int n = w->n;
-  fprintf(f, "\nPERMUTATION TEST FOR CORRELATIONS ro(XE), ro(TE) AND ro(RE), AND PARTIAL CORRELATIONS "
-             "ro(XE.T), ro(XE.TR)\n");
-  fprintf(f, "INTERMEDIATE RESULTS\n");
-  fprintf(f, "\nObserved trait matrix (B):\n");
-  PrintMat(w, in->nOTUs, in->nTraits, in->B);
-  fprintf(f, "\nMatrix W (%d communities by %d OTUs):\n", n, in->nOTUs);
-  PrintMat(w, n, in->nOTUs, in->W);
-  fprintf(f, "\n\nMatrix T (comunity weighted means traits in %d communities by %d traits) computed after B "
-             "(T = W x B):\n", n, in->nTraits);
-  PrintMat(w, n, in->nTraits, w->T);
-  if (w->mantel) {
-    fprintf(f, "\nResemblance matrix DT between %d communities (based on matrix T of traits by communities):\n",
-            n);
-    PrintRese(w, n, w->DT);
-    fprintf(f, "\nResemblance matrix DE between %d communities (based on matrix E of ecological variables by "
-               "communities):\n", n);
-    PrintRese(w, n, in->DE);
-    fprintf(f, "\nMatrix correlation between DT and DE:\t%g\n", w->stat[PT_rTE]);
-  } else {
-    fprintf(f, "\nMatrix E of communities by ecological variables):\n");
-    PrintMat(w, n, in->nEnv, in->E);
-    if (in->opt_ro == 3)
-      fprintf(f, "\nRV coefficient between T and E:\t%g\n", w->stat[PT_rTE]);
-    else
-      fprintf(f, "\nProcrustes correlation between T and E:\t%g\n", w->stat[PT_rTE]);
-  }
-  fprintf(f, "\nObserved belonging matrix (U):\n");
-  PrintMat(w, in->nOTUs, in->nTypes, in->U);
-  fprintf(f, "\nObserved ro(XT)=\t%g\n", w->rXT);
-  fprintf(f, "Observed ro(XE)=\t%g\n", w->stat[PT_rXE]);
-  fprintf(f, "Observed ro(XE.T)=\t%g\n", w->stat[PT_rXE_T]);
-}
-
-static void DetailPointB(PermWork* w) {
-  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
-  FILE* f = in->detailFile;
-  int n = w->n;
-  fprintf(f, "\nObserved similarity matrix (Sb) between OTUs, based on the traits:\n:");
-  PrintMat(w, in->nOTUs, in->nOTUs, in->Sb);
-  fprintf(f, "\n\nRao entropy vector R (%d communities) computed after Sb:\n", n);
-  PrintCol(w, w->R);
-  if (w->mantel) {
-    fprintf(f, "\nResemblance matrix DR comparing communities based on their Rao entropy: \n");
-    PrintRese(w, n, w->DR);
-  }
-  if (!w->phyl) return;
-  if (in->phylogenyIsDissimilarity)
-    fprintf(f, "\nObserved dissimilarity matrix (Sf) in the range 0-1 between OTUs, based on the phylogeny:\n:");
-  else
-    fprintf(f, "\nObserved similarity matrix (Sf) in the range 0-1 between OTUs, based on the phylogeny:\n:");
-  PrintMat(w, in->nOTUs, in->nOTUs, in->Sf);
-  fprintf(f, "\n\nRao entropy vector R (%d communities) computed after Sf:\n", n);
-  PrintCol(w, w->Rp);
-  if (w->mantel) {
-    fprintf(f, "\nResemblance matrix DRaoPhyl comparing communities after based on their Rao entropy using "
-               "phylogenetic distances: \n");
-    PrintRese(w, n, w->DRp);
-  }
-}
-
-static void DetailPointC(PermWork* w, int iter) {
-  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
-  FILE* f = in->detailFile;
-  int n = w->n;
-  if (w->taxa) {
-    fprintf(f, "\n\nITERATION\t%d\n", iter);
-    fprintf(f, "Permuted trait matrix (Brnd):\n");
-    PrintMat(w, in->nOTUs, in->nTraits, w->Brnd);
-    fprintf(f, "\nOrder of original OTUs in permuted traits matrix Brnd:\t");
-    PrintList(w, in->nOTUs);
-    fprintf(f, "\n\nMatrix Trnd (%d communities by %d traits) generated after Brnd (Trnd = W x Brnd):\n", n,
-            in->nTraits);
-  } else {
-    fprintf(f, "\nOrder of original communities in permuted traits matrix Trnd:\t");
-    PrintList(w, n);
-    fprintf(f, "\n\nMatrix Trnd (%d communities by %d traits) permuted by site shuffle:\n", n, in->nTraits);
-  }
-  PrintMat(w, n, in->nTraits, w->T);
-  if (w->mantel) {
-    fprintf(f, "\nResemblance matrix DT between %d communities:\n", n);
-    PrintRese(w, n, w->DT);
-  }
-  fprintf(f, "\nIteration %d\tRandom ro(TE) =\t%g\tCummulative frequency for ro(TE)=%g\n", iter,
-          w->stat[PT_rTE], w->count[PT_rTE]);
-}
-
-static void DetailPointD(PermWork* w, int iter) {
-  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
-  FILE* f = in->detailFile;
-  int n = w->n;
-  const double* s = w->stat;
-  const double* k = w->count;
-  fprintf(f, "\n\nITERATION\t%d\n", iter);
-  if (w->taxa) {
-    fprintf(f, "Permuted belonging matrix (Urnd) based on traits:\n");
-    PrintMat(w, in->nOTUs, in->nTypes, w->Urnd);
-    fprintf(f, "\nOrder of original OTUs in permuted belongin matrix Urnd:\t");
-    PrintList(w, in->nOTUs);
-    fprintf(f, "\n\nMatrix Xrnd (%d communities by %d PFTs) generated after Urnd (Xrnd = W x Urnd):\n", n,
-            in->nTypes);
-  } else {
-    fprintf(f, "\nOrder of original communities in permuted matrix Xrnd:\t");
-    PrintList(w, n);
-    fprintf(f, "\n\nMatrix Xrnd (%d communities by %d PFTs) generated by site shuffle:\n", n, in->nTypes);
-  }
-  PrintMat(w, n, in->nTypes, w->X);
-  if (w->mantel) {
-    fprintf(f, "\nResemblance matrix DX between %d communities:\n", n);
-    PrintRese(w, n, w->DX);
-  }
-  fprintf(f, "\nIteration %d\tRandom ro(XT) =\t%g\tRandom ro(XE) =\t%g\tRandom ro(XE.T) =\t%g\tCummulative "
-             "frequency for ro(XE)=%g\tCummulative frequency for ro(XE.T)=%g\n",
-          iter, w->rXT, s[PT_rXE], s[PT_rXE_T], k[PT_rXE], k[PT_rXE_T]);
-  if (!w->phyl) return;
-  if (w->taxa) {
-    fprintf(f, "Permuted belonging matrix (Qrnd) based on phylogeny:\n");
-    PrintMat(w, in->nOTUs, in->nTaxa, w->Qrnd);
-    fprintf(f, "\nOrder of original OTUs in permuted belongin matrix Qrnd:\t");
-    PrintList(w, in->nOTUs);
-    fprintf(f, "\n\nMatrix Prnd (%d communities by %d taxa) generated after Qrnd (Prnd = W x Qrnd):\n", n,
-            in->nTaxa);
-  } else {
-    fprintf(f, "\n\nITERATION\t%d\n", iter);
-    fprintf(f, "\nOrder of original communities in permuted matrix Prnd:\t");
-    PrintList(w, n);
-    fprintf(f, "\n\nMatrix Prnd (%d communities by %d taxa) generated site shuffle:\n", n, in->nTaxa);
-  }
-  PrintMat(w, n, in->nTaxa, w->P);
-  if (w->mantel) {
-    fprintf(f, "\nResemblance matrix DP between %d communities:\n", n);
-    PrintRese(w, n, w->DP);
-  }
-  fprintf(f, "\nIteration %d\tRandom values and cummulative frequencies for the following:\n ro(PE) =\t%g\t%g\n"
-             "Random ro(PT) =\t%g\t%g\nRandom ro(PX) =\t%g\t%g\nRandom ro(PX.T) =\t%g\t%g\nRandom ro(TE.P) =\t%g\t"
-             "%g\nRandom ro(XE.P) =\t%g\t%g\nRandom ro(XE.TP) =\t%g\t%g\nRandom ro(PE.T) =\t%g\t%g\nRandom "
-             "ro(PE.X) =\t%g\t%g\n",
-          iter, s[PT_roPE], k[PT_roPE], s[PT_roPT], k[PT_roPT], s[PT_roPX], k[PT_roPX], s[PT_roPX_T],
-          k[PT_roPX_T], s[PT_roTE_P], k[PT_roTE_P], s[PT_roXE_P], k[PT_roXE_P], s[PT_roXE_TP], k[PT_roXE_TP],
-          s[PT_roPE_T], k[PT_roPE_T], s[PT_roPE_X], k[PT_roPE_X]);
-}
-
-static void DetailPointE(PermWork* w, int iter) {
-  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
-  FILE* f = in->detailFile;
-  int n = w->n;
-  const double* s = w->stat;
-  fprintf(f, "\n\nITERATION\t%d\n", iter);
-  if (w->taxa) {
-    fprintf(f, "Permuted similarity matrix (Srnd):\n");
-    PrintMat(w, in->nOTUs, in->nOTUs, w->Srnd);
-    fprintf(f, "\nOrder of original OTUs in permuted similarity matrix Srnd:\t");
-    PrintList(w, in->nOTUs);
-    fprintf(f, "\n\nRao entropy vector Rrnd (%d communities) generated after Srnd:\n", n);
-  } else {
-    fprintf(f, "\nOrder of original OTUs in permuted Rao diversity vector:\t");
-    PrintList(w, n);
-    fprintf(f, "\n\nRao entropy vector Rrnd (%d communities) generated by site shuffle:\n", n);
-  }
-  PrintCol(w, w->R);
-  if (w->mantel) {
-    fprintf(f, "\nResemblance matrix DR between %d communities:\n", n);
-    PrintRese(w, n, w->DR);
-  }
-  fprintf(f, "\nIteration %d\tRandom ro(RE) =\t%g\tRandom ro(XR) =\t%g\tRandom ro(TR) =\t%g\tRandom ro(XE.R) "
-             "=\t%g\tRandom ro(TE.R) =\t%g\tRandom ro(XT.R) =\t%g\tRandom ro(XE.TR) =\t%g\tCummulative frequency "
-             "for ro(RE)=%g\tCummulative frequency for ro(XE.TR)=%g\n",
-          iter, s[PT_rRE], w->rXR, w->rTR, w->rXE_R, w->rTE_R, w->rXT_R, s[PT_rXE_TR], w->count[PT_rRE],
-          w->count[PT_rXE_TR]);
-  if (!w->phyl) return;
-  if (w->taxa) {
-    fprintf(f, "Permuted phylogenetic similarity matrix (Sf_rnd):\n");
-    PrintMat(w, in->nOTUs, in->nOTUs, w->Sfrnd);
-    fprintf(f, "\nOrder of original OTUs in permuted similarity matrix Sf_rnd:\t");
-    PrintList(w, in->nOTUs);
-    fprintf(f, "\n\nRao entropy vector Rrnd (%d communities) generated after Sf_rnd:\n", n);
-  } else {
-    fprintf(f, "\nOrder of original communities in permuted phylogenetic diversity vector:\t");
-    PrintList(w, n);
-    fprintf(f, "\n\nRao entropy vector Rrnd (%d communities) generated by site shuffle:\n", n);
-  }
-  PrintCol(w, w->Rp);
-  if (w->mantel) {
-    fprintf(f, "\nResemblance matrix DR between %d communities:\n", n);
-    PrintRese(w, n, w->DRp);
-  }
-  fprintf(f, "\nIteration %d\tRandom ro(FE) =\t%g\tCummulative frequency for ro(FE)=%g\n", iter, s[PT_rFE],
-          w->count[PT_rFE]);
 }
 
 // ---------------------------------------------------------------------------
@@ -1087,7 +597,7 @@ static void SetupRaoLanes(PermWork* w) {
   w->raoLanes = true;
 }
 
-// B and U side by side for WideProducts.
+// B and U side by side for ProductsTX, padded to whole vectors of four.
 static void SetupBU(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   int nO = in->nOTUs, nT = in->nTraits, nY = in->nTypes;
@@ -1140,7 +650,7 @@ static void SetupOccurrences(PermWork* w) {
   for (int x = 0; x < k; x++)
     if (w->occW[x] == -999.0 || (in->weightOTUs && w->occWeight[x] != 1)) w->plainTerms = false;
   w->plainB = FiniteMatrix(nO, in->nTraits, in->B, false);
-  if (permTestWideLanes && w->compactT && w->compactXP && w->plainTerms && w->plainB) SetupBU(w);
+  if (w->compactT && w->compactXP && w->plainTerms && w->plainB) SetupBU(w);
   w->rowsSub = PointerRows(nO);
   if (w->compactR) w->Ssub = dim2Double(w->maxOcc > 0 ? w->maxOcc : 1, w->maxOcc > 0 ? w->maxOcc : 1);
   if (w->compactR) SetupRaoLanes(w);
@@ -1243,46 +753,18 @@ static void FreeClone(PermWork* t) {
   if (!t->mantel) CoefWorkFree(&t->coef);
 }
 
-// o[k .. k + 2 NB - 1] = sum over x < m of a[x] rows[x][k ..], each column's
-// sum in the order of x, two columns to a vector.
-template <int NB>
-static void ProductColumns(int m, const double* a, double* const* rows, int k, double* o) {
-  Lanes2 sum[NB];
-  for (int b = 0; b < NB; b++) sum[b] = Lanes2{0.0, 0.0};
-  for (int x = 0; x < m; x++) {
-    Lanes2 ax = {a[x], a[x]};
-    const double* r = rows[x] + k;
-    for (int b = 0; b < NB; b++) {
-      Lanes2 v;
-      memcpy(&v, r + 2 * b, sizeof(v));
-      sum[b] += ax * v;
-    }
-  }
-  for (int b = 0; b < NB; b++) memcpy(o + k + 2 * b, &sum[b], sizeof(sum[b]));
-}
-
 // out[c] = W[c] times the permuted rows of `from`, over the occurrences of c.
 // With plain terms (no -999 on either side, every weight 1) each entry is
 // the product's sum of abundance times value, term by term in the same
-// order, each column's sum kept in a register, two columns to a vector.
+// order.
 static void OccurrenceProducts(PermWork* w, double** from, int cols, double** out, int* mask, bool plain) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   if (plain) {
     for (int c = 0; c < w->n; c++) {
       int s = w->occStart[c], m = w->occStart[c + 1] - s;
       for (int x = 0; x < m; x++) w->rowsSub[x] = from[w->list[w->occOTU[s + x]] - 1];
-      const double* a = w->occW + s;
       double* o = out[c];
-      int k = 0;
-      for (; cols - k >= 8; k += 8) ProductColumns<4>(m, a, w->rowsSub, k, o);
-      if (cols - k >= 6) ProductColumns<3>(m, a, w->rowsSub, k, o), k += 6;
-      else if (cols - k >= 4) ProductColumns<2>(m, a, w->rowsSub, k, o), k += 4;
-      else if (cols - k >= 2) ProductColumns<1>(m, a, w->rowsSub, k, o), k += 2;
-      if (k < cols) {
-        double sum = 0.0;
-        for (int x = 0; x < m; x++) sum += a[x] * w->rowsSub[x][k];
-        o[k] = sum;
-      }
+      OccurrenceRowProducts(m, w->occW + s, w->rowsSub, cols, o);
       if (mask)
         for (int j = 0; j < cols; j++)
           if (mask[j] != 1) o[j] = 0.0;
@@ -1299,41 +781,6 @@ static void OccurrenceProducts(PermWork* w, double** from, int cols, double** ou
     else
       MatrixProdMV_Weight(1, m, m, cols, &abundances, w->rowsSub, &out[c], weights);
   }
-}
-
-// The columns of the four lanes at position j: from ints, or from four
-// 16-bit columns read as one 64-bit word (fewer loads in the hottest loop).
-static inline void LaneColumns(const int* c, int j, int* out) {
-  for (int L = 0; L < RAO_LANES; L++) out[L] = c[RAO_LANES * j + L];
-}
-static inline void LaneColumns(const uint16_t* c, int j, int* out) {
-  uint64_t v;
-  memcpy(&v, c + RAO_LANES * j, sizeof(v));
-  for (int L = 0; L < RAO_LANES; L++) out[L] = (int)((v >> (16 * L)) & 0xffff);
-}
-
-// The four lanes' sums over i, then j, of q_i (q_j d_ij), two lanes to a
-// vector: each lane's products and sum as one at a time.
-template <typename Column>
-static void LaneSums(int M, const double* q, double* const* rows, const Column* c, double* sums) {
-  Lanes2 s01 = {0.0, 0.0}, s23 = s01;
-  for (int i = 0; i < M; i++) {
-    const double *r0 = rows[4 * i], *r1 = rows[4 * i + 1], *r2 = rows[4 * i + 2], *r3 = rows[4 * i + 3];
-    Lanes2 p01, p23;
-    memcpy(&p01, q + 4 * i, sizeof(p01));
-    memcpy(&p23, q + 4 * i + 2, sizeof(p23));
-    for (int j = 0; j < M; j++) {
-      int cj[RAO_LANES];
-      LaneColumns(c, j, cj);
-      Lanes2 q01, q23;
-      memcpy(&q01, q + 4 * j, sizeof(q01));
-      memcpy(&q23, q + 4 * j + 2, sizeof(q23));
-      Lanes2 d01 = {r0[cj[0]], r1[cj[1]]}, d23 = {r2[cj[2]], r3[cj[3]]};
-      s01 += p01 * (q01 * d01);
-      s23 += p23 * (q23 * d23);
-    }
-  }
-  sums[0] = s01[0], sums[1] = s01[1], sums[2] = s23[0], sums[3] = s23[1];
 }
 
 // RaoIndex_Weight of the communities of group g, lane by lane: for each the
@@ -1353,9 +800,9 @@ static void LaneRao(PermWork* w, int g, double** D, double** out) {
   }
   double sums[RAO_LANES];
   if (w->laneCol16)
-    LaneSums(M, w->laneQ + base, w->laneRow, w->laneCol16, sums);
+    RaoLaneSums(M, w->laneQ + base, w->laneRow, w->laneCol16, sums);
   else
-    LaneSums(M, w->laneQ + base, w->laneRow, w->laneCol, sums);
+    RaoLaneSums(M, w->laneQ + base, w->laneRow, w->laneCol, sums);
   for (int L = 0; L < RAO_LANES; L++)
     if (w->laneComm[g * RAO_LANES + L] >= 0) out[w->laneComm[g * RAO_LANES + L]][0] = sums[L];
 }
@@ -1451,13 +898,13 @@ static void PermuteSquare(int n, const int* list, double** from, double** m) {
 // T and X of the arrangement from BU: each entry the sum of abundance
 // times value over the occurrences, in their order, as OccurrenceProducts
 // makes it; T's columns outside the trait mask are 0.
-static void WideProducts(PermWork* w) {
+static void ProductsTX(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   int nT = in->nTraits, nY = in->nTypes;
   for (int c = 0; c < w->n; c++) {
     int s = w->occStart[c], m = w->occStart[c + 1] - s;
     for (int x = 0; x < m; x++) w->rowsSub[x] = w->BU[w->list[w->occOTU[s + x]] - 1];
-    LaneProducts(m, w->occW + s, w->rowsSub, w->colsBU / 4, w->rowTX);
+    OccurrenceRowProducts(m, w->occW + s, w->rowsSub, w->colsBU, w->rowTX);
     for (int j = 0; j < nT; j++) w->T[c][j] = (in->traitMask && in->traitMask[j] != 1) ? 0.0 : w->rowTX[j];
     memcpy(w->X[c], w->rowTX + nT, sizeof(double) * nY);
   }
@@ -1471,7 +918,7 @@ static void RandomT(PermWork* w) {
     // The random T is not normalised although the observed one is: intended,
     // the probabilities depend on it.
     if (w->BU)
-      WideProducts(w);  // X as well
+      ProductsTX(w);  // X as well
     else if (w->compactT)
       OccurrenceProducts(w, in->B, in->nTraits, w->T, in->traitMask, w->plainTerms && w->plainB);
     else
@@ -1750,3 +1197,4 @@ bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input)
   omp_set_max_active_levels(levels);
   return true;
 }
+

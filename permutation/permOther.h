@@ -1,7 +1,7 @@
 // The library's smaller permutation tests (Mantel, limiting similarity,
 // partial ro(XE.T), redundancy) and three neighbouring helpers.
-#ifndef PERMUTATION_OTHERTESTS_H
-#define PERMUTATION_OTHERTESTS_H
+#ifndef PERMUTATION_PERMOTHER_H
+#define PERMUTATION_PERMOTHER_H
 
 #include <cstdio>
 

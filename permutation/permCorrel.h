@@ -1,7 +1,7 @@
 // The functional and phylogenetic correlation test: observed statistics of the
 // scaling-up analysis and their probabilities by permutation, in one pass.
-#ifndef PERMUTATION_PERMTEST_H
-#define PERMUTATION_PERMTEST_H
+#ifndef PERMUTATION_PERMCORREL_H
+#define PERMUTATION_PERMCORREL_H
 
 #include <cstdio>
 

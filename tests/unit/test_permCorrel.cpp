@@ -10,8 +10,8 @@
 
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibRandom.h"
-#include "permutation/permLanes.h"
-#include "permutation/permTest.h"
+#include "permutation/permCorrel.h"
+#include "permutation/permKernels.h"
 
 namespace {
 
@@ -340,9 +340,9 @@ TEST(PermTestReproducibility, ThreadsAndFasterPathChangeNothing) {
     ExpectSameRuns(&pc, 99, [] { permTestPlainLoops = false; }, "zero abundances skipped");
     // The four-lane distances and cross products, where the processor has
     // them, against the two-lane ones.
-    if (permTestWideLanes) {
-      permTestWideLanes = false;
-      ExpectSameRuns(&pc, 99, [] { permTestWideLanes = true; }, "wide lanes");
+    if (permKernelsWide) {
+      permKernels = &permKernelsTwoLane;
+      ExpectSameRuns(&pc, 99, [] { permKernels = permKernelsWide; }, "wide lanes");
     }
     Release(&pc);
   }

@@ -4,7 +4,7 @@
 // similarity after Stubbs & Wilson (2004), J. Ecology 92: 557-567; partial
 // correlation from the inverse of the correlation matrix (Whittaker 1990,
 // Graphical Models in Applied Multivariate Statistics).
-#include "permutation/otherTests.h"
+#include "permutation/permOther.h"
 
 #include <climits>
 #include <cmath>
@@ -17,9 +17,8 @@
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
 #include "TarnLib/tarnlibTables.h"
-#include "permutation/permTest.h"
+#include "permutation/permCorrel.h"
 #include "scaling/community.h"
-#include "scaling/scalingUp.h"
 #include "shell/shell.h"
 
 // Digits of the numbers in the intermediate results.

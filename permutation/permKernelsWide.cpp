@@ -1,19 +1,21 @@
-// The inner loops of a permutation iteration four lanes to a vector (AVX2):
-// distances with the sums of their pairs, Mantel's cross products, and the
-// products of abundances and rows.
-#include "permutation/permLanes.h"
+// The four-lane forms of the permutation loops (AVX2): distances with the
+// sums of their pairs, Mantel's cross products, and the products of
+// abundances and rows. Built only for processor families that have
+// <immintrin.h>; each lane does the operations of one pair, one sum or one
+// column in the order of the two-lane forms, so the results are theirs.
+#include "permutation/permKernels.h"
+
+#if defined(__x86_64__) || defined(__i386__)
 
 #include <immintrin.h>
 
 #include <cmath>
 
 // AVX2 in the processor, with its registers enabled by the system.
-static bool WideLanesSupported() {
+bool WideKernelsSupported() {
   __builtin_cpu_init();
   return __builtin_cpu_supports("avx2");
 }
-
-bool permTestWideLanes = WideLanesSupported();
 
 // Everything below runs only where the processor has AVX2. No fused
 // multiply-add is enabled: a sum of squares rounds each product, as the
@@ -112,7 +114,14 @@ static void Rows(int n, const LaneMatrix* a, const LaneMatrix* b, const double* 
   }
 }
 
-void LaneDistances(int n, LaneMatrix* a, LaneMatrix* b, const double* r, double** DR, double* totalR) {
+// Two matrices side by side; one alone takes the two-lane form, whose bits
+// are the same.
+static void FourLaneDistances(int n, LaneMatrix* a, LaneMatrix* b, const double* r, double** DR,
+                              double* totalR) {
+  if (!b) {
+    TwoLaneDistances(n, a, b, r, DR, totalR);
+    return;
+  }
   double t[3] = {0.0, 0.0, 0.0};
   if (r)
     Rows<true>(n, a, b, r, DR, t);
@@ -122,8 +131,8 @@ void LaneDistances(int n, LaneMatrix* a, LaneMatrix* b, const double* r, double*
   if (r) *totalR = t[2];
 }
 
-void LaneCrossSums(int n, double** DT, double** DX, double** DR, double mT, double mX, double mR,
-                   const double* eyze, double* sums) {
+static void FourLaneCrossSums(int n, double** DT, double** DX, double** DR, double mT, double mX, double mR,
+                              const double* eyze, double* sums) {
   const __m256d mT4 = _mm256_set1_pd(mT), mX4 = _mm256_set1_pd(mX), mR4 = _mm256_set1_pd(mR);
   // Lanes (tE, tY, tZ, xE), (xT, xY, xZ, rE), (rX, rT, sT, sX); sR alone.
   __m256d a1 = _mm256_setzero_pd(), a2 = a1, a3 = a1;
@@ -164,8 +173,9 @@ static inline void ProductVecs(int m, const double* a, double* const* rows, int 
   for (int v = 0; v < VECS; v++) _mm256_storeu_pd(out + k + 4 * v, s[v]);
 }
 
-void LaneProducts(int m, const double* a, double* const* rows, int vecs, double* out) {
-  int k = 0;
+// Whole vectors of four columns, then the columns left one at a time.
+static void FourLaneProducts(int m, const double* a, double* const* rows, int cols, double* out) {
+  int k = 0, vecs = cols / 4;
   for (; vecs >= 6; vecs -= 6, k += 24) ProductVecs<6>(m, a, rows, k, out);
   switch (vecs) {
     case 5: ProductVecs<5>(m, a, rows, k, out); break;
@@ -175,6 +185,16 @@ void LaneProducts(int m, const double* a, double* const* rows, int vecs, double*
     case 1: ProductVecs<1>(m, a, rows, k, out); break;
     default: break;
   }
+  for (k = cols / 4 * 4; k < cols; k++) {
+    double sum = 0.0;
+    for (int x = 0; x < m; x++) sum += a[x] * rows[x][k];
+    out[k] = sum;
+  }
 }
 
 #pragma GCC pop_options
+
+extern const PermKernels permKernelsFourLane;
+const PermKernels permKernelsFourLane = {"four-lane", FourLaneDistances, FourLaneCrossSums, FourLaneProducts};
+
+#endif
