@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "TarnLib/tarnlibCongruence.h"
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibRandom.h"
 #include "permutation/permCorrel.h"
@@ -275,6 +276,50 @@ TEST(PermTestStatistics, TwoCommunitiesUseThePairFormula) {
 
 // W the identity and E proportional to the one trait: r(TE) = 1 by every
 // measure. The observed X and P are W U and W Q.
+// The observed Procrustes and RV statistics, made from forms prepared once
+// and residuals shared between statistics, are those of the library's
+// routines called one statistic at a time on the returned T, X, P and
+// entropies, bit for bit; a trait left out of the mask.
+TEST(PermTestStatistics, ObservedCoefficientsAreTheLibrarysOnTheReturnedMatrices) {
+  for (int ro = 2; ro <= 3; ro++) {
+    PermCase pc;
+    Build(&pc, 11, 9, 3, nullptr, 81);
+    PermTest_FunctionalPhyl_Correl_Input* in = &pc.in;
+    in->opt_ro = ro;
+    in->traitMask[1] = 0;
+    for (int i = 0; i < 9; i++) pc.B[i][1] = 0.0;  // unused columns of B are 0
+    RunTest(&pc, 3);
+    int n = 11, nT = 3, nX = 2, nP = 3, nE = 2, nO = 9;
+    double f = in->overfitFactorPCARegr;
+    double** T = pc.Tout;
+    double** X = pc.Xout;
+    double** P = pc.Pout;
+    double** R = dim2Double(n, 1);
+    for (int c = 0; c < n; c++) R[c][0] = in->Rout[c];
+    double (*c)(int, int, int, double**, double**) = ro == 2 ? ProcrustesCoeff : RVcoeff;
+    const double* s = in->statistics;
+    EXPECT_EQ(c(n, nT, nE, T, pc.E), s[PT_rTE]);
+    EXPECT_EQ(c(n, nT, nO, T, in->Y), s[PT_rYT]);
+    EXPECT_EQ(c(n, nX, nE, X, pc.E), s[PT_rXE]);
+    EXPECT_EQ(c(n, nX, nO, X, in->Z), s[PT_roXZ]);
+    EXPECT_EQ(c(n, 1, nE, R, pc.E), s[PT_rRE]);
+    EXPECT_EQ(c(n, nE, nP, pc.E, P), s[PT_roPE]);
+    int* mask = in->traitMask;
+    EXPECT_EQ(PartialMatrixCorrelation(n, nX, nE, X, pc.E, ro, f, 1, nT, mask, T), s[PT_rXE_T]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nX, nO, X, in->Y, ro, f, 1, nT, mask, T), s[PT_roXY_T]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nX, nE, X, pc.E, ro, f, 2, nT, mask, T, 1, (int*)NULL, R),
+              s[PT_rXE_TR]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nP, nX, P, X, ro, f, 1, nT, mask, T), s[PT_roPX_T]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nT, nE, T, pc.E, ro, f, 1, nP, (int*)NULL, P), s[PT_roTE_P]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nX, nE, X, pc.E, ro, f, 2, nT, mask, T, nP, (int*)NULL, P),
+              s[PT_roXE_TP]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nP, nE, P, pc.E, ro, f, 1, nT, mask, T), s[PT_roPE_T]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nP, nE, P, pc.E, ro, f, 1, nX, (int*)NULL, X), s[PT_roPE_X]);
+    free2D(R, n);
+    Release(&pc);
+  }
+}
+
 TEST(PermTestStatistics, ProportionalTraitsAndReturnedMatrices) {
   for (int ro : kMeasures) {
     PermCase pc;
