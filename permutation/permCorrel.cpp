@@ -1001,14 +1001,13 @@ static void Evaluate(PermWork* w) {
 }
 
 // Counts iteration i, whose statistics are stat, into w's running counts;
-// with the intermediate file, prints it from ev, the work that evaluated it.
+// with the intermediate file, prints it from w, which has just evaluated it.
 // The counts of each point are made before its lines, which print them.
-static void CountIteration(PermWork* w, PermWork* ev, const double* stat, const double* observed, int i,
-                           bool detail) {
+static void CountIteration(PermWork* w, const double* stat, const double* observed, int i, bool detail) {
   Count(w, stat, observed, PT_rTE, false);
   Count(w, stat, observed, PT_rYT, false);
   Count(w, stat, observed, PT_rZT, false);
-  if (detail) DetailPointC(ev, i);
+  if (detail) DetailPointC(w, i);
   Count(w, stat, observed, PT_rXE, false);
   Count(w, stat, observed, PT_rXE_T, true);
   Count(w, stat, observed, PT_roXY, false);
@@ -1021,7 +1020,7 @@ static void CountIteration(PermWork* w, PermWork* ev, const double* stat, const 
     Count(w, stat, observed, PT_roPX, false);
     for (int k = PT_roPX_T; k <= PT_roPE_X; k++) Count(w, stat, observed, k, true);
   }
-  if (detail) DetailPointD(ev, i);
+  if (detail) DetailPointD(w, i);
   Count(w, stat, observed, PT_rRE, false);
   if (w->phyl) {
     Count(w, stat, observed, PT_rFE, false);
@@ -1032,7 +1031,7 @@ static void CountIteration(PermWork* w, PermWork* ev, const double* stat, const 
   }
   Count(w, stat, observed, PT_rXE_TR, true);
   for (int k = 0; k < N_PERMTEST_STATS; k++) permTestRandomSums[k] += stat[k];
-  if (detail) DetailPointE(ev, i);
+  if (detail) DetailPointE(w, i);
 }
 
 // Iterations whose lists are drawn before they are evaluated together.
@@ -1060,7 +1059,7 @@ static void DrawBlock(PermWork* w, int* master, PermBlock* b, int first, int siz
 // Counts a block in iteration order, with its progress line.
 static void CountBlock(PermWork* w, const PermBlock* b, const double* observed) {
   for (int k = 0; k < b->size; k++)
-    CountIteration(w, w, b->stats + (long)k * N_PERMTEST_STATS, observed, b->first + k, false);
+    CountIteration(w, b->stats + (long)k * N_PERMTEST_STATS, observed, b->first + k, false);
   char status[64];
   snprintf(status, sizeof(status), "Permutation test: %d of %d", b->first + b->size - 1, w->in->niter);
   HandleEventInfoWhere2(status);
@@ -1076,7 +1075,7 @@ static void SerialIterations(PermWork* w, const double* observed, bool detail) {
     HandleEventInfoWhere2(status);
     NewList(w, master);
     Evaluate(w);
-    CountIteration(w, w, w->stat, observed, i, detail);
+    CountIteration(w, w->stat, observed, i, detail);
   }
 }
 
