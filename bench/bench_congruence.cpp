@@ -46,26 +46,20 @@ void BM_MatrixCorr(benchmark::State& state)
     free2D(b, kCommunities);
 }
 
-// Arguments: columns of the two data matrices (traits, OTU types).
-void BM_RVcoeff(benchmark::State& state)
+// A coefficient of two random data matrices; arguments: their columns
+// (traits, OTU types).
+void TimePair(benchmark::State& state, double (*coefficient)(int, int, int, double**, double**))
 {
     int p = (int)state.range(0), q = (int)state.range(1);
     double** a = RandomMatrix(kCommunities, p, 3u);
     double** b = RandomMatrix(kCommunities, q, 5u);
-    for (auto _ : state) benchmark::DoNotOptimize(RVcoeff(kCommunities, p, q, a, b));
+    for (auto _ : state) benchmark::DoNotOptimize(coefficient(kCommunities, p, q, a, b));
     free2D(a, kCommunities);
     free2D(b, kCommunities);
 }
 
-void BM_ProcrustesCoeff(benchmark::State& state)
-{
-    int p = (int)state.range(0), q = (int)state.range(1);
-    double** a = RandomMatrix(kCommunities, p, 3u);
-    double** b = RandomMatrix(kCommunities, q, 5u);
-    for (auto _ : state) benchmark::DoNotOptimize(ProcrustesCoeff(kCommunities, p, q, a, b));
-    free2D(a, kCommunities);
-    free2D(b, kCommunities);
-}
+void BM_RVcoeff(benchmark::State& state) { TimePair(state, RVcoeff); }
+void BM_ProcrustesCoeff(benchmark::State& state) { TimePair(state, ProcrustesCoeff); }
 
 // Partial RV given one control matrix of 6 columns, as the permutation test
 // computes it: X (OTU types) against E (4 variables), given T.
@@ -88,25 +82,8 @@ void BM_PartialMatrixCorrelation(benchmark::State& state)
 // The decompositions of the big square (padded SVD, rows-by-rows RV), and
 // the prepared forms as the permutation test uses them: one side fixed and
 // prepared once, the other prepared on every call.
-void BM_ProcrustesCoeffPadded(benchmark::State& state)
-{
-    int p = (int)state.range(0), q = (int)state.range(1);
-    double** a = RandomMatrix(kCommunities, p, 7u);
-    double** b = RandomMatrix(kCommunities, q, 13u);
-    for (auto _ : state) benchmark::DoNotOptimize(ProcrustesCoeffPadded(kCommunities, p, q, a, b));
-    free2D(a, kCommunities);
-    free2D(b, kCommunities);
-}
-
-void BM_RVcoeffOuter(benchmark::State& state)
-{
-    int p = (int)state.range(0), q = (int)state.range(1);
-    double** a = RandomMatrix(kCommunities, p, 3u);
-    double** b = RandomMatrix(kCommunities, q, 5u);
-    for (auto _ : state) benchmark::DoNotOptimize(RVcoeffOuter(kCommunities, p, q, a, b));
-    free2D(a, kCommunities);
-    free2D(b, kCommunities);
-}
+void BM_ProcrustesCoeffPadded(benchmark::State& state) { TimePair(state, ProcrustesCoeffPadded); }
+void BM_RVcoeffOuter(benchmark::State& state) { TimePair(state, RVcoeffOuter); }
 
 // Arguments: columns of the matrix prepared on each call, of the fixed
 // one, and the measure (2 Procrustes, 3 RV).
