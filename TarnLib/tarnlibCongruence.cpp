@@ -228,7 +228,7 @@ static void OuterProduct(int rows, int cols, double** c, double** ct, double** s
     }
 }
 
-double RVcoeff(int rows, int p, int q, double** a, double** b)
+double RVcoeffOuter(int rows, int p, int q, double** a, double** b)
 {
     int side = rows;
     if (p > side) side = p;
@@ -261,7 +261,7 @@ double RVcoeff(int rows, int p, int q, double** a, double** b)
     return rv;
 }
 
-double ProcrustesCoeff(int rows, int p, int q, double** a, double** b)
+double ProcrustesCoeffPadded(int rows, int p, int q, double** a, double** b)
 {
     // X is the narrower matrix (a at equal width): the result is symmetric.
     double** x = p <= q ? a : b;
@@ -292,6 +292,177 @@ double ProcrustesCoeff(int rows, int p, int q, double** a, double** b)
     free2D(v, big);
     free1D(s);
     return sum;
+}
+
+// ---- Prepared matrices ----
+
+// Scalar product in four running sums, which the processor overlaps.
+static inline double Dot(int n, const double* x, const double* y)
+{
+    double s0 = 0.0, s1 = 0.0, s2 = 0.0, s3 = 0.0;
+    int i = 0;
+    for (; i + 4 <= n; i += 4) {
+        s0 += x[i] * y[i];
+        s1 += x[i + 1] * y[i + 1];
+        s2 += x[i + 2] * y[i + 2];
+        s3 += x[i + 3] * y[i + 3];
+    }
+    for (; i < n; i++) s0 += x[i] * y[i];
+    return (s0 + s1) + (s2 + s3);
+}
+
+void CongruenceFormAlloc(CongruenceForm* f, int which, int rows, int maxCols)
+{
+    f->which = which;
+    f->rows = rows;
+    f->cols = 0;
+    f->maxCols = maxCols > 0 ? maxCols : 1;
+    f->finite = true;
+    f->data = nullptr;
+    f->col = dim1Double(f->maxCols * (rows > 0 ? rows : 1));
+    f->gram = 0.0;
+}
+
+void CongruenceFormFree(CongruenceForm* f)
+{
+    free1D(f->col);
+    f->col = nullptr;
+}
+
+void PrepareCongruence(CongruenceForm* f, int cols, double** a)
+{
+    int rows = f->rows;
+    f->cols = cols;
+    f->data = a;
+    double total = 0.0;
+    for (int j = 0; j < cols; j++) {
+        double* c = f->col + (long)j * rows;
+        double sum = 0.0;
+        int k = 0;
+        for (int i = 0; i < rows; i++)
+            if (a[i][j] != missing) {
+                sum += a[i][j];
+                k++;
+            }
+        double mean = sum / k;
+        for (int i = 0; i < rows; i++) {
+            double d = a[i][j] == missing ? 0.0 : a[i][j] - mean;
+            c[i] = d;
+            total += d * d;
+        }
+    }
+    long size = (long)cols * rows;
+    if (f->which == 2) {
+        // Total variance 1: the sum of squares over rows - 1.
+        double root = std::sqrt(total / (rows - 1));
+        for (long e = 0; e < size; e++) f->col[e] /= root;
+    }
+    bool finite = true;
+    for (long e = 0; e < size && finite; e++) finite = std::isfinite(f->col[e]);
+    f->finite = finite;
+    f->gram = 0.0;
+    if (f->which != 3 || !finite) return;
+    double diagonal = 0.0, off = 0.0;
+    for (int s = 0; s < cols; s++) {
+        const double* x = f->col + (long)s * rows;
+        double d = Dot(rows, x, x);
+        diagonal += d * d;
+        for (int t = s + 1; t < cols; t++) {
+            double c = Dot(rows, x, f->col + (long)t * rows);
+            off += c * c;
+        }
+    }
+    f->gram = diagonal + 2.0 * off;
+}
+
+// Sum of the singular values of the k by m matrix c (row after row, k at
+// most m), by one-sided Jacobi rotations that make its rows orthogonal:
+// the singular values are then their norms. c is overwritten. The rotations
+// stop when every pair is orthogonal to 1e-15 of its norms, which takes a
+// handful of sweeps; 60 is a bound that finite data never reach.
+static double SumSingularValues(int k, int m, double* c)
+{
+    for (int sweep = 0; sweep < 60; sweep++) {
+        bool rotated = false;
+        for (int a = 0; a + 1 < k; a++)
+            for (int b = a + 1; b < k; b++) {
+                double* x = c + (long)a * m;
+                double* y = c + (long)b * m;
+                double alpha = Dot(m, x, x), beta = Dot(m, y, y), gamma = Dot(m, x, y);
+                if (gamma == 0.0 || std::fabs(gamma) <= 1e-15 * std::sqrt(alpha * beta)) continue;
+                rotated = true;
+                double zeta = (beta - alpha) / (2.0 * gamma);
+                double t = (zeta >= 0.0 ? 1.0 : -1.0) / (std::fabs(zeta) + std::sqrt(1.0 + zeta * zeta));
+                double cs = 1.0 / std::sqrt(1.0 + t * t), sn = cs * t;
+                for (int i = 0; i < m; i++) {
+                    double u = x[i], v = y[i];
+                    x[i] = cs * u - sn * v;
+                    y[i] = sn * u + cs * v;
+                }
+            }
+        if (!rotated) break;
+    }
+    double sum = 0.0;
+    for (int a = 0; a < k; a++) {
+        const double* x = c + (long)a * m;
+        sum += std::sqrt(Dot(m, x, x));
+    }
+    return sum;
+}
+
+double CongruencePrepared(const CongruenceForm* a, const CongruenceForm* b, double* work)
+{
+    int rows = a->rows;
+    if (a->which == 2) {
+        // The narrower matrix gives the rows of the cross-product.
+        const CongruenceForm* x = a->cols <= b->cols ? a : b;
+        const CongruenceForm* y = a->cols <= b->cols ? b : a;
+        if (rows < 2 || x->cols < 1) return 0.0;
+        if (!a->finite || !b->finite) return ProcrustesCoeffPadded(rows, a->cols, b->cols, a->data, b->data);
+        double scale = 1.0 / (rows - 1);
+        for (int s = 0; s < x->cols; s++)
+            for (int t = 0; t < y->cols; t++)
+                work[(long)s * y->cols + t] =
+                    Dot(rows, x->col + (long)s * rows, y->col + (long)t * rows) * scale;
+        return SumSingularValues(x->cols, y->cols, work);
+    }
+    if (!a->finite || !b->finite) return RVcoeffOuter(rows, a->cols, b->cols, a->data, b->data);
+    // ||A'B||^2 is the scalar product of A A' and B B'. No guard: a constant
+    // matrix gives 0 / 0.
+    double cross = 0.0;
+    for (int s = 0; s < a->cols; s++)
+        for (int t = 0; t < b->cols; t++) {
+            double c = Dot(rows, a->col + (long)s * rows, b->col + (long)t * rows);
+            cross += c * c;
+        }
+    return cross / std::sqrt(a->gram * b->gram);
+}
+
+// One coefficient of two matrices: both prepared, then compared.
+static double PreparedPair(int which, int rows, int p, int q, double** a, double** b)
+{
+    CongruenceForm fa, fb;
+    CongruenceFormAlloc(&fa, which, rows, p);
+    CongruenceFormAlloc(&fb, which, rows, q);
+    double* work = dim1Double(p * q > 0 ? p * q : 1);
+    PrepareCongruence(&fa, p, a);
+    PrepareCongruence(&fb, q, b);
+    double coefficient = CongruencePrepared(&fa, &fb, work);
+    free1D(work);
+    CongruenceFormFree(&fa);
+    CongruenceFormFree(&fb);
+    return coefficient;
+}
+
+double ProcrustesCoeff(int rows, int p, int q, double** a, double** b)
+{
+    if (rows < 2 || p < 1 || q < 1) return 0.0;
+    return PreparedPair(2, rows, p, q, a, b);
+}
+
+double RVcoeff(int rows, int p, int q, double** a, double** b)
+{
+    return PreparedPair(3, rows, p, q, a, b);
 }
 
 // ---- Partial forms ----

@@ -33,6 +33,43 @@ void MatrixCorrPrepared(long pairs, const double* a, double ssA, int k, const do
 double ProcrustesCoeff(int rows, int p, int q, double** a, double** b);
 // RV coefficient; a constant matrix gives a not-a-number.
 double RVcoeff(int rows, int p, int q, double** a, double** b);
+// The same two coefficients by their defining decompositions: the singular
+// values of the cross-product zero-padded to big by big, and the products
+// S = A A' and T = B B' of the centred data, rows by rows. The two above
+// take these for data with non-finite values and agree with them to
+// rounding elsewhere.
+double ProcrustesCoeffPadded(int rows, int p, int q, double** a, double** b);
+double RVcoeffOuter(int rows, int p, int q, double** a, double** b);
+
+// A data matrix prepared once for many Procrustes or RV coefficients against
+// matrices with the same rows. Its columns are centred and, for Procrustes,
+// scaled together to a total variance of 1, and stored one after the other.
+// A -999 is stored as 0: the products leave such terms out, and 0 adds
+// nothing. The coefficient of two such forms is the sum of the singular
+// values of the small by big cross-product (one-sided Jacobi rotations of
+// its rows, Hestenes 1958), or, for RV, ||A'B||^2 / (||A'A|| ||B'B||) with
+// Frobenius norms, instead of products with as many rows and columns as
+// there are objects.
+struct CongruenceForm {
+    int which;      // 2 Procrustes, 3 RV
+    int rows;       // objects
+    int cols;       // columns of the matrix prepared
+    int maxCols;    // columns the storage holds
+    bool finite;    // every prepared value finite; else the general routines
+    double** data;  // the matrix as prepared, for those routines
+    double* col;    // [maxCols * rows] prepared columns, one after the other
+    double gram;    // RV: ||A'A||^2 of the prepared columns
+};
+// Storage for matrices of up to maxCols columns; freed by CongruenceFormFree.
+void CongruenceFormAlloc(CongruenceForm* f, int which, int rows, int maxCols);
+void CongruenceFormFree(CongruenceForm* f);
+// Prepares a (rows by cols, cols at most maxCols). Allocates nothing. a must
+// keep its values while the form is used.
+void PrepareCongruence(CongruenceForm* f, int cols, double** a);
+// The coefficient of two prepared matrices (of the same kind); `work` holds
+// at least a->cols * b->cols doubles. Allocates nothing, unless a value is
+// not finite and the general routine runs.
+double CongruencePrepared(const CongruenceForm* a, const CongruenceForm* b, double* work);
 
 // First-order partial correlation of X and Y given Z; 0 when rXZ or rYZ is
 // within 1e-09 of 1.

@@ -29,10 +29,18 @@ static bool HasMissing(int rows, int cols, double** in)
 // The Euclidean loops zero the diagonal on the calling thread, then share the
 // rows among the team by a static schedule; each thread writes only its own
 // rows of out and reads in, so the result is the same with any team size.
+// Below about four million differences a team costs more to start and to
+// meet again than it saves (the analysis calls these loops many times on a
+// few dozen communities), so they stay on the calling thread.
+static bool TeamWorthIt(int rows, int cols)
+{
+    return 0.5 * rows * rows * cols >= 4000000.0;
+}
+
 void EucliDist(int rows, int cols, double** in, double** out)
 {
     for (int i = 0; i < rows; i++) out[i][i] = 0.0;
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (TeamWorthIt(rows, cols))
     for (int i = 0; i < rows; i++) {
         for (int j = i + 1; j < rows; j++) {
             double sum = 0.0;
@@ -54,7 +62,7 @@ void EucliDistMV(int rows, int cols, double** in, double** out)
         return;
     }
     for (int i = 0; i < rows; i++) out[i][i] = 0.0;
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (TeamWorthIt(rows, cols))
     for (int i = 0; i < rows; i++) {
         for (int j = i + 1; j < rows; j++) {
             double sum = 0.0;
@@ -71,7 +79,7 @@ void EucliDistMV(int rows, int cols, double** in, double** out)
 void EucliDistMVSelect(int rows, int cols, double** in, double** out, int* select)
 {
     for (int i = 0; i < rows; i++) out[i][i] = 0.0;
-#pragma omp parallel for schedule(static)
+#pragma omp parallel for schedule(static) if (TeamWorthIt(rows, cols))
     for (int i = 0; i < rows; i++) {
         for (int j = i + 1; j < rows; j++) {
             double sum = 0.0;

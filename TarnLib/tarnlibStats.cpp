@@ -264,8 +264,30 @@ void LowerToUpperMatrix(int n, double** m) {
     for (int j = i + 1; j < n; j++) m[i][j] = m[j][i];
 }
 
+// True when no element of the rows by cols matrix m is -999.
+static bool NoMissing(int rows, int cols, double** m) {
+  for (int i = 0; i < rows; i++)
+    for (int j = 0; j < cols; j++)
+      if (isMV(m[i][j])) return false;
+  return true;
+}
+
 int MatrixProd(int r1, int c1, int r2, int c2, double** a, double** b, double** c) {
   if (c1 != r2) return 1;
+  if (NoMissing(r1, c1, a) && NoMissing(r2, c2, b)) {
+    // No term to skip: a row of c at a time, each element still the sum of
+    // its terms in the order of k, from 0, so the bits are those below.
+    for (int i = 0; i < r1; i++) {
+      double* ci = c[i];
+      for (int j = 0; j < c2; j++) ci[j] = 0.0;
+      for (int k = 0; k < c1; k++) {
+        double aik = a[i][k];
+        const double* bk = b[k];
+        for (int j = 0; j < c2; j++) ci[j] += aik * bk[j];
+      }
+    }
+    return 0;
+  }
   for (int i = 0; i < r1; i++)
     for (int j = 0; j < c2; j++) {
       double s = 0.0;

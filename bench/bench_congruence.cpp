@@ -46,26 +46,20 @@ void BM_MatrixCorr(benchmark::State& state)
     free2D(b, kCommunities);
 }
 
-// Arguments: columns of the two data matrices (traits, OTU types).
-void BM_RVcoeff(benchmark::State& state)
+// A coefficient of two random data matrices; arguments: their columns
+// (traits, OTU types).
+void TimePair(benchmark::State& state, double (*coefficient)(int, int, int, double**, double**))
 {
     int p = (int)state.range(0), q = (int)state.range(1);
     double** a = RandomMatrix(kCommunities, p, 3u);
     double** b = RandomMatrix(kCommunities, q, 5u);
-    for (auto _ : state) benchmark::DoNotOptimize(RVcoeff(kCommunities, p, q, a, b));
+    for (auto _ : state) benchmark::DoNotOptimize(coefficient(kCommunities, p, q, a, b));
     free2D(a, kCommunities);
     free2D(b, kCommunities);
 }
 
-void BM_ProcrustesCoeff(benchmark::State& state)
-{
-    int p = (int)state.range(0), q = (int)state.range(1);
-    double** a = RandomMatrix(kCommunities, p, 3u);
-    double** b = RandomMatrix(kCommunities, q, 5u);
-    for (auto _ : state) benchmark::DoNotOptimize(ProcrustesCoeff(kCommunities, p, q, a, b));
-    free2D(a, kCommunities);
-    free2D(b, kCommunities);
-}
+void BM_RVcoeff(benchmark::State& state) { TimePair(state, RVcoeff); }
+void BM_ProcrustesCoeff(benchmark::State& state) { TimePair(state, ProcrustesCoeff); }
 
 // Partial RV given one control matrix of 6 columns, as the permutation test
 // computes it: X (OTU types) against E (4 variables), given T.
@@ -85,7 +79,39 @@ void BM_PartialMatrixCorrelation(benchmark::State& state)
 
 }  // namespace
 
+// The decompositions of the big square (padded SVD, rows-by-rows RV), and
+// the prepared forms as the permutation test uses them: one side fixed and
+// prepared once, the other prepared on every call.
+void BM_ProcrustesCoeffPadded(benchmark::State& state) { TimePair(state, ProcrustesCoeffPadded); }
+void BM_RVcoeffOuter(benchmark::State& state) { TimePair(state, RVcoeffOuter); }
+
+// Arguments: columns of the matrix prepared on each call, of the fixed
+// one, and the measure (2 Procrustes, 3 RV).
+void BM_CongruencePrepared(benchmark::State& state)
+{
+    int p = (int)state.range(0), q = (int)state.range(1), which = (int)state.range(2);
+    double** a = RandomMatrix(kCommunities, p, 7u);
+    double** b = RandomMatrix(kCommunities, q, 13u);
+    CongruenceForm fa, fb;
+    CongruenceFormAlloc(&fa, which, kCommunities, p);
+    CongruenceFormAlloc(&fb, which, kCommunities, q);
+    double* work = dim1Double(p * q);
+    PrepareCongruence(&fb, q, b);
+    for (auto _ : state) {
+        PrepareCongruence(&fa, p, a);
+        benchmark::DoNotOptimize(CongruencePrepared(&fa, &fb, work));
+    }
+    free1D(work);
+    CongruenceFormFree(&fa);
+    CongruenceFormFree(&fb);
+    free2D(a, kCommunities);
+    free2D(b, kCommunities);
+}
+
 BENCHMARK(BM_MatrixCorr);
+BENCHMARK(BM_ProcrustesCoeffPadded)->Args({8, 6})->Args({8, 82});
+BENCHMARK(BM_RVcoeffOuter)->Args({8, 6})->Args({8, 82});
+BENCHMARK(BM_CongruencePrepared)->Args({8, 6, 2})->Args({8, 82, 2})->Args({8, 6, 3})->Args({8, 82, 3});
 BENCHMARK(BM_RVcoeff)->Args({5, 8})->Args({10, 40});
 BENCHMARK(BM_ProcrustesCoeff)->Args({5, 8})->Args({10, 40});
 BENCHMARK(BM_PartialMatrixCorrelation)->Arg(8)->Arg(40);

@@ -17,6 +17,7 @@
 #include "TarnLib/tarnlibRandom.h"
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
+#include "permutation/permCoef.h"
 #include "permutation/permCorrelWork.h"
 #include "permutation/permKernels.h"
 #include "scaling/community.h"
@@ -74,11 +75,6 @@ static double CoefRows(const PermWork* w, int rows, double** a, int colsA, doubl
   if (w->in->opt_ro == 2) return ProcrustesCoeff(rows, colsA, colsB, a, b);
   if (w->in->opt_ro == 3) return RVcoeff(rows, colsA, colsB, a, b);
   return 0.0;
-}
-
-// c(A, B) of two matrices of communities.
-static double Coef(const PermWork* w, double** a, int colsA, double** b, int colsB) {
-  return CoefRows(w, w->n, a, colsA, b, colsB);
 }
 
 static double Rho(const PermWork* w, double** a, double** b) { return RhoResemblance(w->n, a, b); }
@@ -218,9 +214,8 @@ static void StatsT(PermWork* w) {
     w->stat[PT_rYT] = r[1];
     w->stat[PT_rZT] = r[2];
   } else {
-    w->stat[PT_rTE] = Coef(w, w->T, in->nTraits, in->E, in->nEnv);
-    w->stat[PT_rYT] = Coef(w, w->T, in->nTraits, in->Y, in->nOTUs);
-    w->stat[PT_rZT] = Coef(w, w->T, in->nTraits, in->Z, in->nOTUs);
+    CoefNewArrangement(&w->coef);
+    CoefStatsT(&w->coef, w->T, w->stat);
   }
 }
 
@@ -228,7 +223,6 @@ static void StatsT(PermWork* w) {
 static void StatsXP(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   double* s = w->stat;
-  int n = w->n;
   if (w->mantel) {
     const int b[4] = {RHO_E, RHO_T, RHO_Y, RHO_Z};
     double** const B[4] = {in->DE, w->DT, in->DY, in->DZ};
@@ -260,37 +254,13 @@ static void StatsXP(PermWork* w) {
     s[PT_roPE_X] = PartialCorrelation(s[PT_roPE], s[PT_roPX], s[PT_rXE]);
     return;
   }
-  int ro = in->opt_ro;
-  double f = in->overfitFactorPCARegr;
-  int nT = in->nTraits, nX = in->nTypes, nE = in->nEnv, nO = in->nOTUs, nP = in->nTaxa;
-  double** T = w->T;
-  double** X = w->X;
-  double** P = w->P;
-  s[PT_rXE] = Coef(w, X, nX, in->E, nE);
-  w->rXT = Coef(w, X, nX, T, nT);
-  s[PT_roXY] = Coef(w, X, nX, in->Y, nO);
-  s[PT_roXZ] = Coef(w, X, nX, in->Z, nO);
-  s[PT_rXE_T] = PartialMatrixCorrelation(n, nX, nE, X, in->E, ro, f, 1, nT, in->traitMask, T);
-  s[PT_roXY_T] = PartialMatrixCorrelation(n, nX, nO, X, in->Y, ro, f, 1, nT, in->traitMask, T);
-  s[PT_roXZ_T] = PartialMatrixCorrelation(n, nX, nO, X, in->Z, ro, f, 1, nT, in->traitMask, T);
-  if (!w->phyl) return;
-  s[PT_roPE] = Coef(w, in->E, nE, P, nP);
-  s[PT_roPT] = Coef(w, T, nT, P, nP);
-  s[PT_roPX] = Coef(w, X, nX, P, nP);
-  s[PT_roPX_T] = PartialMatrixCorrelation(n, nP, nX, P, X, ro, f, 1, nT, in->traitMask, T);
-  s[PT_roTE_P] = PartialMatrixCorrelation(n, nT, nE, T, in->E, ro, f, 1, nP, (int*)NULL, P);
-  s[PT_roXE_P] = PartialMatrixCorrelation(n, nX, nE, X, in->E, ro, f, 1, nP, (int*)NULL, P);
-  s[PT_roXE_TP] = PartialMatrixCorrelation(n, nX, nE, X, in->E, ro, f, 2, nT, in->traitMask, T, nP,
-                                           (int*)NULL, P);
-  s[PT_roPE_T] = PartialMatrixCorrelation(n, nP, nE, P, in->E, ro, f, 1, nT, in->traitMask, T);
-  s[PT_roPE_X] = PartialMatrixCorrelation(n, nP, nE, P, in->E, ro, f, 1, nX, (int*)NULL, X);
+  CoefStatsXP(&w->coef, w->T, w->X, w->P, s, &w->rXT);
 }
 
 // Statistics of the Rao entropies, given those of T and X: 4, 5 and 13.
 static void StatsR(PermWork* w) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   double* s = w->stat;
-  int n = w->n;
   if (w->mantel) {
     const int b[3] = {RHO_E, RHO_X, RHO_T};
     double** const B[3] = {in->DE, w->DX, w->DT};
@@ -312,17 +282,14 @@ static void StatsR(PermWork* w) {
     s[PT_rXE_TR] = PartialCorrelation(w->rXE_R, w->rXT_R, w->rTE_R);
     return;
   }
-  int nT = in->nTraits, nX = in->nTypes, nE = in->nEnv;
-  s[PT_rRE] = Coef(w, w->R, 1, in->E, nE);
-  w->rXR = Coef(w, w->X, nX, w->R, 1);
-  w->rTR = Coef(w, w->T, nT, w->R, 1);
-  if (w->phyl) s[PT_rFE] = Coef(w, w->Rp, 1, in->E, nE);
-  // Not printed with Procrustes and RV, but kept comparable with Mantel.
+  // c(X, R), c(T, R) and the partials made of them are printed only in the
+  // intermediate file, with Procrustes and RV.
+  bool detail = in->saveDetail && in->detailFile;
+  CoefStatsR(&w->coef, w->T, w->R, w->Rp, s, detail ? &w->rXR : NULL, detail ? &w->rTR : NULL);
+  if (!detail) return;
   w->rXE_R = PartialCorrelation(s[PT_rXE], w->rXR, s[PT_rRE]);
   w->rTE_R = PartialCorrelation(s[PT_rTE], w->rTR, s[PT_rRE]);
   w->rXT_R = PartialCorrelation(w->rXT, w->rXR, w->rTR);
-  s[PT_rXE_TR] = PartialMatrixCorrelation(n, nX, nE, w->X, in->E, in->opt_ro, in->overfitFactorPCARegr, 2,
-                                          nT, in->traitMask, w->T, 1, (int*)NULL, w->R);
 }
 
 // Rao entropies of every community on the OTU resemblances given.
@@ -339,9 +306,9 @@ static void RaoAll(PermWork* w, double** Sb, double** Sf) {
 
 // Adds 1 to the count of statistic k when the random value is at least as
 // extreme as the observed one; partial statistics always in absolute value.
-static void Count(PermWork* w, const double* observed, int k, bool partial) {
+static void Count(PermWork* w, const double* stat, const double* observed, int k, bool partial) {
   bool absolute = partial || w->in->twoTailed;
-  if (IsLargerThanOrEqual(w->stat[k], observed[k], 1, absolute)) w->count[k] += 1.0;
+  if (IsLargerThanOrEqual(stat[k], observed[k], 1, absolute)) w->count[k] += 1.0;
 }
 
 // ---------------------------------------------------------------------------
@@ -388,14 +355,16 @@ static void AllocWork(PermWork* w, PermTest_FunctionalPhyl_Correl_Input* in) {
   int weightedLength = (w->taxa && in->weightedNullModel) ? WeightedOTUListLength(nO, n, in->W) : 0;
   if (w->taxa) {
     w->listLength = weightedLength > 0 ? weightedLength : nO;
-    w->list = dim1Dint(w->listLength > nO ? w->listLength : (nO > 0 ? nO : 1));
+    w->listSize = w->listLength > nO ? w->listLength : (nO > 0 ? nO : 1);
+    w->list = dim1Dint(w->listSize);
     if (weightedLength > 0)
       FillWeightedOTUList(nO, n, in->W, w->list, weightedLength);
     else
       for (int i = 0; i < nO; i++) w->list[i] = i + 1;
   } else {
     w->listLength = n;
-    w->list = dim1Dint(n > 0 ? n : 1);
+    w->listSize = n > 0 ? n : 1;
+    w->list = dim1Dint(w->listSize);
     for (int c = 0; c < n; c++) w->list[c] = c + 1;
   }
   w->T = dim2Double(n, in->nTraits);
@@ -456,6 +425,8 @@ static void AllocWork(PermWork* w, PermTest_FunctionalPhyl_Correl_Input* in) {
     int side = n > nO ? n : nO;
     w->printWork = dim2Double(side, side > 0 ? side : 1);
   }
+  // Every observed statistic; the iterations may leave some out.
+  if (!w->mantel) CoefWorkAlloc(&w->coef, in, true);
 }
 
 static void FreeWork(PermWork* w) {
@@ -509,6 +480,7 @@ static void FreeWork(PermWork* w) {
     int side = n > nO ? n : nO;
     free2D(w->printWork, side);
   }
+  if (!w->mantel) CoefWorkFree(&w->coef);
 }
 
 // ---------------------------------------------------------------------------
@@ -709,6 +681,78 @@ static void FreeOccurrences(PermWork* w) {
   if (w->laneCol16) free1D(w->laneCol16);
 }
 
+// A thread's own work: what an iteration writes is allocated anew, at the
+// sizes of w's; what it only reads (the inputs, the observed matrices, the
+// occurrences, the lanes' shares, the prepared E, Y and Z) is shared.
+static void CloneWork(PermWork* t, const PermWork* w) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int n = w->n, nO = in->nOTUs;
+  *t = *w;
+  t->list = NULL;
+  t->printWork = NULL;
+  t->T = dim2Double(n, in->nTraits);
+  t->X = dim2Double(n, in->nTypes);
+  t->R = dim2Double(n, 1);
+  if (w->P) t->P = dim2Double(n, in->nTaxa);
+  if (w->Rp) t->Rp = dim2Double(n, 1);
+  if (w->Brnd) t->Brnd = PointerRows(nO);
+  if (w->Urnd) t->Urnd = PointerRows(nO);
+  if (w->Qrnd) t->Qrnd = PointerRows(nO);
+  if (w->scoresRnd) t->scoresRnd = PointerRows(nO);
+  if (w->Srnd) t->Srnd = dim2Double(nO, nO);
+  if (w->Sfrnd) t->Sfrnd = dim2Double(nO, nO);
+  double*** square[] = {&t->DT, &t->DX, &t->DP, &t->DR, &t->DRp};
+  for (double*** d : square)
+    if (*d) *d = dim2Double(n, n);
+  if (w->colsT) {
+    int cols = in->nTraits > in->nTypes ? in->nTraits : in->nTypes;
+    if (w->phyl && in->nTaxa > cols) cols = in->nTaxa;
+    t->colsT = ColumnBlock(cols, n);
+    t->colsX = ColumnBlock(in->nTypes, n);
+    t->rowR = dim1Double(n);
+  }
+  if (w->prepared)
+    for (int k = RHO_T; k < N_RHO_MATRICES; k++) t->cen[k] = dim1Double(w->pairs);
+  if (w->rowsSub) t->rowsSub = PointerRows(nO);
+  if (w->rowTX) t->rowTX = dim1Double(w->colsBU);
+  if (w->Ssub) t->Ssub = dim2Double(w->maxOcc > 0 ? w->maxOcc : 1, w->maxOcc > 0 ? w->maxOcc : 1);
+  if (w->raoLanes) {
+    int side = RAO_LANES * (w->maxOcc > 0 ? w->maxOcc : 1);
+    t->laneRow = PointerRows(side);
+    t->laneCol = dim1Dint(side);
+    if (w->laneCol16) t->laneCol16 = (uint16_t*)dim1D(sizeof(uint16_t), side);
+  }
+  if (!w->mantel) CoefWorkAlloc(&t->coef, in, w->coef.smoothed);
+}
+
+static void FreeClone(PermWork* t) {
+  int n = t->n, nO = t->in->nOTUs;
+  free2D(t->T, n);
+  free2D(t->X, n);
+  free2D(t->R, n);
+  if (t->P) free2D(t->P, n);
+  if (t->Rp) free2D(t->Rp, n);
+  void* pointers[] = {t->Brnd, t->Urnd, t->Qrnd, t->scoresRnd, t->rowR, t->rowsSub, t->rowTX, t->laneRow,
+                      t->laneCol, t->laneCol16};
+  for (void* p : pointers)
+    if (p) free1D(p);
+  if (t->Srnd) free2D(t->Srnd, nO);
+  if (t->Sfrnd) free2D(t->Sfrnd, nO);
+  double** square[] = {t->DT, t->DX, t->DP, t->DR, t->DRp};
+  for (double** d : square)
+    if (d) free2D(d, n);
+  if (t->colsT) {
+    free1D(t->colsT[0]);
+    free1D(t->colsT);
+    free1D(t->colsX[0]);
+    free1D(t->colsX);
+  }
+  if (t->prepared)
+    for (int k = RHO_T; k < N_RHO_MATRICES; k++) free1D(t->cen[k]);
+  if (t->Ssub) free2D(t->Ssub, t->maxOcc > 0 ? t->maxOcc : 1);
+  if (!t->mantel) CoefWorkFree(&t->coef);
+}
+
 // out[c] = W[c] times the permuted rows of `from`, over the occurrences of c.
 // With plain terms (no -999 on either side, every weight 1) each entry is
 // the product's sum of abundance times value, term by term in the same
@@ -829,17 +873,17 @@ static void ObservedPhase(PermWork* w) {
   if (in->saveDetail && in->detailFile) DetailPointB(w);
 }
 
-// A new order of the OTUs for this iteration; the site shuffle keeps its
-// identity list and draws nothing.
-static void NewList(PermWork* w) {
+// A new order of the OTUs in list for the next iteration, from the one
+// generator; the site shuffle keeps its identity list and draws nothing.
+static void NewList(PermWork* w, int* list) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   if (!w->taxa) return;
   if (in->weightedNullModel)
-    RndListSpecified(w->listLength, w->list);
+    RndListSpecified(w->listLength, list);
   else if (in->restrictPermutations == 1 && in->nestingMembership)
-    RndListNestedNew(in->nOTUs, in->nestingMembership, 1, w->list);
+    RndListNestedNew(in->nOTUs, in->nestingMembership, 1, list);
   else
-    RndListSpecified(in->nOTUs, w->list);
+    RndListSpecified(in->nOTUs, list);
 }
 
 // m[a][b] = from[list[a]-1][list[b]-1], both triangles.
@@ -942,55 +986,172 @@ static void RandomR(PermWork* w) {
   if (w->phyl) OccurrenceRao(w, w->Df, w->Rp);
 }
 
-static void PermutationPhase(PermWork* w) {
+// Everything random of the arrangement in w->list, and its statistics in
+// w->stat. Reads the shared inputs and writes only w's own arrays.
+static void Evaluate(PermWork* w) {
+  // Each arrangement's T, X, P and entropies first, so that their
+  // resemblance matrices are prepared together.
+  RandomT(w);
+  RandomXP(w);
+  RandomR(w);
+  MantelMatrices(w, MM_T | MM_X | MM_R, true);
+  StatsT(w);
+  StatsXP(w);
+  StatsR(w);
+}
+
+// Counts iteration i, whose statistics are stat, into w's running counts;
+// with the intermediate file, prints it from w, which has just evaluated it.
+// The counts of each point are made before its lines, which print them.
+static void CountIteration(PermWork* w, const double* stat, const double* observed, int i, bool detail) {
+  Count(w, stat, observed, PT_rTE, false);
+  Count(w, stat, observed, PT_rYT, false);
+  Count(w, stat, observed, PT_rZT, false);
+  if (detail) DetailPointC(w, i);
+  Count(w, stat, observed, PT_rXE, false);
+  Count(w, stat, observed, PT_rXE_T, true);
+  Count(w, stat, observed, PT_roXY, false);
+  Count(w, stat, observed, PT_roXZ, false);
+  Count(w, stat, observed, PT_roXY_T, true);
+  Count(w, stat, observed, PT_roXZ_T, true);
+  if (w->phyl) {
+    Count(w, stat, observed, PT_roPE, false);
+    Count(w, stat, observed, PT_roPT, false);
+    Count(w, stat, observed, PT_roPX, false);
+    for (int k = PT_roPX_T; k <= PT_roPE_X; k++) Count(w, stat, observed, k, true);
+  }
+  if (detail) DetailPointD(w, i);
+  Count(w, stat, observed, PT_rRE, false);
+  if (w->phyl) {
+    Count(w, stat, observed, PT_rFE, false);
+    if (w->taxa)
+      Count(w, stat, observed, PT_roBF, false);
+    else
+      w->count[PT_roBF] += 1.0;
+  }
+  Count(w, stat, observed, PT_rXE_TR, true);
+  for (int k = 0; k < N_PERMTEST_STATS; k++) permTestRandomSums[k] += stat[k];
+  if (detail) DetailPointE(w, i);
+}
+
+// Iterations whose lists are drawn before they are evaluated together.
+#define PERM_BLOCK 256
+
+// The lists and statistics of one block of iterations.
+struct PermBlock {
+  int first;      // its first iteration
+  int size;       // its iterations
+  int* lists;     // [size][listSize]
+  double* stats;  // [size][N_PERMTEST_STATS]
+};
+
+// Draws the lists of the block of `size` iterations from `first`, in
+// iteration order, from the one generator; master keeps the draw's state.
+static void DrawBlock(PermWork* w, int* master, PermBlock* b, int first, int size) {
+  b->first = first;
+  b->size = size;
+  for (int k = 0; k < size; k++) {
+    NewList(w, master);
+    memcpy(b->lists + (long)k * w->listSize, master, sizeof(int) * w->listSize);
+  }
+}
+
+// Counts a block in iteration order, with its progress line.
+static void CountBlock(PermWork* w, const PermBlock* b, const double* observed) {
+  for (int k = 0; k < b->size; k++)
+    CountIteration(w, b->stats + (long)k * N_PERMTEST_STATS, observed, b->first + k, false);
+  char status[64];
+  snprintf(status, sizeof(status), "Permutation test: %d of %d", b->first + b->size - 1, w->in->niter);
+  HandleEventInfoWhere2(status);
+}
+
+// One iteration at a time on this thread, each counted (and printed to the
+// intermediate file) as soon as it is evaluated.
+static void SerialIterations(PermWork* w, const double* observed, bool detail) {
+  int* master = w->list;
+  char status[64];
+  for (int i = 1; i < w->in->niter; i++) {
+    snprintf(status, sizeof(status), "Permutation test: %d of %d", i, w->in->niter);
+    HandleEventInfoWhere2(status);
+    NewList(w, master);
+    Evaluate(w);
+    CountIteration(w, w->stat, observed, i, detail);
+  }
+}
+
+// Blocks of iterations on the team. While the team evaluates block k, the
+// main thread first draws the lists of block k + 1 and counts block k - 1,
+// then joins the evaluation: draws and counts stay in iteration order on
+// the one thread, and nothing waits for them.
+static void ParallelIterations(PermWork* w, int threads, const double* observed) {
+  PermTest_FunctionalPhyl_Correl_Input* in = w->in;
+  int block = PERM_BLOCK * threads, listSize = w->listSize;
+  int* master = w->list;
+  PermBlock blocks[2];
+  for (int h = 0; h < 2; h++) {
+    blocks[h].lists = dim1Dint(block * listSize);
+    blocks[h].stats = dim1Double(block * N_PERMTEST_STATS);
+    blocks[h].size = 0;
+  }
+  PermWork** work = (PermWork**)dim1D(sizeof(PermWork*), threads);
+  work[0] = w;
+  for (int t = 1; t < threads; t++) {
+    work[t] = (PermWork*)dim1D(sizeof(PermWork), 1);
+    CloneWork(work[t], w);
+  }
+  int total = in->niter - 1;
+  DrawBlock(w, master, &blocks[0], 1, total < block ? total : block);
+  for (int k = 0; blocks[k % 2].size > 0; k++) {
+    PermBlock* now = &blocks[k % 2];
+    PermBlock* other = &blocks[(k + 1) % 2];
+    int next = now->first + now->size, left = in->niter - next;
+#pragma omp parallel num_threads(threads)
+    {
+      if (omp_get_thread_num() == 0) {
+        if (k > 0) CountBlock(w, other, observed);
+        if (left > 0)
+          DrawBlock(w, master, other, next, left < block ? left : block);
+        else
+          other->size = 0;
+      }
+#pragma omp for schedule(dynamic, 1)
+      for (int b = 0; b < now->size; b++) {
+        PermWork* t = work[omp_get_thread_num()];
+        t->list = now->lists + (long)b * listSize;
+        Evaluate(t);
+        memcpy(now->stats + (long)b * N_PERMTEST_STATS, t->stat, sizeof(t->stat));
+      }
+    }
+    if (other->size == 0) CountBlock(w, now, observed);
+  }
+  w->list = master;
+  for (int t = 1; t < threads; t++) {
+    FreeClone(work[t]);
+    free1D(work[t]);
+  }
+  free1D(work);
+  for (int h = 0; h < 2; h++) {
+    free1D(blocks[h].lists);
+    free1D(blocks[h].stats);
+  }
+}
+
+static void PermutationPhase(PermWork* w, int team) {
   PermTest_FunctionalPhyl_Correl_Input* in = w->in;
   double observed[N_PERMTEST_STATS];
   memcpy(observed, w->stat, sizeof(observed));
   memset(permTestRandomSums, 0, sizeof(permTestRandomSums));
   bool detail = in->saveDetail && in->detailFile;
-  char status[64];
-  for (int i = 1; i < in->niter; i++) {
-    snprintf(status, sizeof(status), "Permutation test: %d of %d", i, in->niter);
-    HandleEventInfoWhere2(status);
-    NewList(w);
-    // Each arrangement's T, X, P and entropies first, so that their
-    // resemblance matrices are prepared together.
-    RandomT(w);
-    RandomXP(w);
-    RandomR(w);
-    MantelMatrices(w, MM_T | MM_X | MM_R, true);
-    StatsT(w);
-    Count(w, observed, PT_rTE, false);
-    Count(w, observed, PT_rYT, false);
-    Count(w, observed, PT_rZT, false);
-    if (detail) DetailPointC(w, i);
-    StatsXP(w);
-    Count(w, observed, PT_rXE, false);
-    Count(w, observed, PT_rXE_T, true);
-    Count(w, observed, PT_roXY, false);
-    Count(w, observed, PT_roXZ, false);
-    Count(w, observed, PT_roXY_T, true);
-    Count(w, observed, PT_roXZ_T, true);
-    if (w->phyl) {
-      Count(w, observed, PT_roPE, false);
-      Count(w, observed, PT_roPT, false);
-      Count(w, observed, PT_roPX, false);
-      for (int k = PT_roPX_T; k <= PT_roPE_X; k++) Count(w, observed, k, true);
-    }
-    if (detail) DetailPointD(w, i);
-    StatsR(w);
-    Count(w, observed, PT_rRE, false);
-    if (w->phyl) {
-      Count(w, observed, PT_rFE, false);
-      if (w->taxa)
-        Count(w, observed, PT_roBF, false);
-      else
-        w->count[PT_roBF] += 1.0;
-    }
-    Count(w, observed, PT_rXE_TR, true);
-    for (int k = 0; k < N_PERMTEST_STATS; k++) permTestRandomSums[k] += w->stat[k];
-    if (detail) DetailPointE(w, i);
-  }
+  // The report prints no statistic of Y and Z: with Procrustes and RV, where
+  // they cost most, the iterations leave them out unless asked for all.
+  if (!w->mantel) w->coef.smoothed = detail || !in->printedOnly;
+  // The intermediate file prints the matrices of each iteration as it is
+  // counted, so it takes one iteration at a time on this thread.
+  int threads = detail ? 1 : team;
+  if (threads > 1 && in->niter > 2)
+    ParallelIterations(w, threads, observed);
+  else
+    SerialIterations(w, observed, detail);
   memcpy(w->stat, observed, sizeof(observed));
   w->fused = false;
 }
@@ -1010,20 +1171,29 @@ static int SmallProblemTeam(PermTest_FunctionalPhyl_Correl_Input* in) {
 
 bool PermTest_FunctionalPhyl_Correl(PermTest_FunctionalPhyl_Correl_Input* input) {
   int team = SmallProblemTeam(input);
+  // Iterations run on the team; the parallel loops inside them then run on
+  // the thread that meets them.
+  int levels = omp_get_max_active_levels();
+  omp_set_max_active_levels(1);
   PermWork w;
   AllocWork(&w, input);
   for (int k = 0; k < N_PERMTEST_STATS; k++) w.count[k] = 1.0;
   ObservedPhase(&w);
   SetupOccurrences(&w);
-  PermutationPhase(&w);
+  PermutationPhase(&w, team);
   for (int k = 0; k < N_PERMTEST_STATS; k++) {
     input->statistics[k] = w.stat[k];
     // niter 0 gives a positive infinity here: the division is meant.
     input->probabilities[k] = w.count[k] / input->niter;
   }
+  // Statistics left out of the iterations have no probability.
+  static const int smoothedStats[] = {PT_rYT, PT_rZT, PT_roXY, PT_roXZ, PT_roXY_T, PT_roXZ_T};
+  if (!w.mantel && !w.coef.smoothed && input->niter > 1)
+    for (int k : smoothedStats) input->probabilities[k] = NAN;
   FreeOccurrences(&w);
   FreeWork(&w);
   omp_set_num_threads(team);
+  omp_set_max_active_levels(levels);
   return true;
 }
 

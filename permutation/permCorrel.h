@@ -89,6 +89,7 @@ struct PermTest_FunctionalPhyl_Correl_Input {
   int* weightOTUs;        // [nOTUs] 1 selected OTU, 0 left out
   bool restrictRao;       // Rao entropy within selected OTUs only
   FILE* detailFile;       // open stream for the intermediate results
+  bool printedOnly;       // iterations leave out what neither report nor intermediate file prints
 };
 
 // The list of OTU numbers of the weighted null model: each OTU once for each

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "permutation/permCoef.h"
 #include "permutation/permCorrel.h"
 
 // The resemblance matrices that enter Mantel correlations.
@@ -26,6 +27,7 @@ struct PermWork {
   bool phyl;           // phylogenetic statistics wanted
   int* list;           // permutation list of the present iteration
   int listLength;      // entries of list that the shuffle moves
+  int listSize;        // entries of list allocated
   double** Brnd;       // [nOTUs] rows of B in permuted order
   double** Urnd;       // [nOTUs] rows of U in permuted order
   double** Qrnd;       // [nOTUs] rows of Q in permuted order
@@ -101,6 +103,7 @@ struct PermWork {
   bool fused;                      // the iteration's rho values are in fusedRho
   double fusedRho[3][4];           // those of StatsT, StatsXP and StatsR, in their order
   double rXE_R, rTE_R, rXT_R;
+  CoefWork coef;                   // Procrustes and RV statistics on prepared matrices
 };
 
 // Intermediate output of the test (the detail file): points A and B after

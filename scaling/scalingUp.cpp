@@ -472,6 +472,7 @@ static FILE* RunTests(ScalingWork* w, int g) {
   in.weightOTUs = weight_OTUs;
   in.restrictRao = restrictRaoWithinOpt;
   in.detailFile = detail;
+  in.printedOnly = true;
   PermTest_FunctionalPhyl_Correl(&in);
   for (int s = 0; s < N_PERMTEST_STATS; s++) {
     w->stats[s] = in.statistics[s];

@@ -164,6 +164,92 @@ TEST(CongruenceRV, AgreesWithEscoufierDefinition)
     Free(8, {a, b});
 }
 
+// Both coefficients worked by hand on two 3 by 2 matrices whose columns
+// already have mean 0: A'B = [-1.5 7.5; -9 9], A'A = [15.5 5; 5 14],
+// B'B = [6 -5.25; -5.25 7.125]; total variances 29.5 / 2 and 13.125 / 2.
+TEST(CongruencePrepared, HandWorkedThreeByTwo)
+{
+    Mat a(3, 2, {2.5, -1, 0.5, 3, -3, -2});
+    Mat b(3, 2, {1, 0.25, -2, 1.75, 1, -2});
+    // singular values of a 2 by 2 matrix M sum to root(||M||^2 + 2 |det M|)
+    double svSum = std::sqrt(220.5 + 2 * 54.0);
+    double procrustes = svSum / (2 * std::sqrt(14.75 * 6.5625));
+    double rv = 220.5 / std::sqrt(486.25 * 141.890625);
+    EXPECT_NEAR(ProcrustesCoeff(3, 2, 2, a, b), procrustes, 1e-14);
+    EXPECT_NEAR(ProcrustesCoeffPadded(3, 2, 2, a, b), procrustes, 1e-14);
+    EXPECT_NEAR(RVcoeff(3, 2, 2, a, b), rv, 1e-14);
+    EXPECT_NEAR(RVcoeffOuter(3, 2, 2, a, b), rv, 1e-14);
+    // a form prepared once serves any number of partners, either side
+    CongruenceForm fa, fb;
+    CongruenceFormAlloc(&fa, 2, 3, 4);
+    CongruenceFormAlloc(&fb, 2, 3, 2);
+    PrepareCongruence(&fa, 2, a);
+    PrepareCongruence(&fb, 2, b);
+    double work[4];
+    EXPECT_NEAR(CongruencePrepared(&fa, &fb, work), procrustes, 1e-14);
+    EXPECT_NEAR(CongruencePrepared(&fb, &fa, work), procrustes, 1e-14);
+    CongruenceFormFree(&fa);
+    CongruenceFormFree(&fb);
+}
+
+// Relative difference, 0 when both are the same not-a-number.
+static double Relative(double got, double want)
+{
+    if (std::isnan(got) && std::isnan(want)) return 0.0;
+    return std::fabs(got - want) / std::fmax(std::fabs(want), 1e-300);
+}
+
+// The decompositions of the small matrix against the big ones, on shapes of
+// the permutation tests: a narrow X against E, T and a Y wider than it is
+// tall; rank-deficient columns; -999 in either; one column against many.
+TEST(CongruencePrepared, ThinDecompositionsAgreeWithTheBigOnes)
+{
+    const int shapes[][3] = {{9, 2, 3}, {12, 5, 5}, {7, 3, 11}, {20, 8, 6}, {6, 1, 4}, {30, 4, 40}, {5, 5, 1}};
+    unsigned seed = 17;
+    double worst = 0.0;
+    for (const auto& s : shapes)
+        for (int variant = 0; variant < 4; variant++) {
+            int rows = s[0], p = s[1], q = s[2];
+            double** a = Noise(rows, p, seed += 7);
+            double** b = Noise(rows, q, seed += 7);
+            for (int i = 0; i < rows; i++) b[i][0] *= 1e3;  // columns of very different units
+            if (variant == 1 && p > 1)
+                for (int i = 0; i < rows; i++) a[i][p - 1] = 2.0 * a[i][0] - 0.5;
+            if (variant == 2) {
+                a[rows / 2][0] = M;
+                b[rows - 1][q - 1] = M;
+            }
+            if (variant == 3)
+                for (int i = 0; i < rows; i++) a[i][0] = b[i][0] / 7.0;  // sharing a direction
+            double pairs[2][2] = {{ProcrustesCoeff(rows, p, q, a, b), ProcrustesCoeffPadded(rows, p, q, a, b)},
+                                  {RVcoeff(rows, p, q, a, b), RVcoeffOuter(rows, p, q, a, b)}};
+            for (auto& pair : pairs) {
+                double d = Relative(pair[0], pair[1]);
+                EXPECT_LT(d, 1e-10) << rows << " by " << p << " and " << q << ", variant " << variant << ": "
+                                    << pair[0] << " against " << pair[1];
+                worst = std::fmax(worst, d);
+            }
+            Free(rows, {a, b});
+        }
+    EXPECT_LT(worst, 1e-10);
+}
+
+TEST(CongruencePrepared, NonFiniteDataTakeTheBigDecompositions)
+{
+    double** a = Noise(6, 2, 3u);
+    Mat constant(6, 3);
+    for (int i = 0; i < 6; i++)
+        for (int j = 0; j < 3; j++) constant[i][j] = 4.25;
+    double thin = ProcrustesCoeff(6, 2, 3, a, constant), big = ProcrustesCoeffPadded(6, 2, 3, a, constant);
+    EXPECT_TRUE(thin == big || (std::isnan(thin) && std::isnan(big))) << thin << " against " << big;
+    EXPECT_TRUE(std::isnan(RVcoeff(6, 2, 3, a, constant)));
+    a[2][1] = INFINITY;
+    Mat b(6, 1, {1, 2, 3.5, 4, 0, 1});
+    thin = RVcoeff(6, 2, 1, a, b), big = RVcoeffOuter(6, 2, 1, a, b);
+    EXPECT_TRUE(thin == big || (std::isnan(thin) && std::isnan(big))) << thin << " against " << big;
+    free2D(a, 6);
+}
+
 TEST(CongruencePartial, PartialCorrelationsAtTheEdgesAndPartialMantel)
 {
     EXPECT_EQ(PartialCorrelation(0.5, 1.0, 0.2), 0.0);

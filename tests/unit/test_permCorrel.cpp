@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 #include <omp.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 
+#include "TarnLib/tarnlibCongruence.h"
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibRandom.h"
 #include "permutation/permCorrel.h"
@@ -274,6 +276,50 @@ TEST(PermTestStatistics, TwoCommunitiesUseThePairFormula) {
 
 // W the identity and E proportional to the one trait: r(TE) = 1 by every
 // measure. The observed X and P are W U and W Q.
+// The observed Procrustes and RV statistics, made from forms prepared once
+// and residuals shared between statistics, are those of the library's
+// routines called one statistic at a time on the returned T, X, P and
+// entropies, bit for bit; a trait left out of the mask.
+TEST(PermTestStatistics, ObservedCoefficientsAreTheLibrarysOnTheReturnedMatrices) {
+  for (int ro = 2; ro <= 3; ro++) {
+    PermCase pc;
+    Build(&pc, 11, 9, 3, nullptr, 81);
+    PermTest_FunctionalPhyl_Correl_Input* in = &pc.in;
+    in->opt_ro = ro;
+    in->traitMask[1] = 0;
+    for (int i = 0; i < 9; i++) pc.B[i][1] = 0.0;  // unused columns of B are 0
+    RunTest(&pc, 3);
+    int n = 11, nT = 3, nX = 2, nP = 3, nE = 2, nO = 9;
+    double f = in->overfitFactorPCARegr;
+    double** T = pc.Tout;
+    double** X = pc.Xout;
+    double** P = pc.Pout;
+    double** R = dim2Double(n, 1);
+    for (int c = 0; c < n; c++) R[c][0] = in->Rout[c];
+    double (*c)(int, int, int, double**, double**) = ro == 2 ? ProcrustesCoeff : RVcoeff;
+    const double* s = in->statistics;
+    EXPECT_EQ(c(n, nT, nE, T, pc.E), s[PT_rTE]);
+    EXPECT_EQ(c(n, nT, nO, T, in->Y), s[PT_rYT]);
+    EXPECT_EQ(c(n, nX, nE, X, pc.E), s[PT_rXE]);
+    EXPECT_EQ(c(n, nX, nO, X, in->Z), s[PT_roXZ]);
+    EXPECT_EQ(c(n, 1, nE, R, pc.E), s[PT_rRE]);
+    EXPECT_EQ(c(n, nE, nP, pc.E, P), s[PT_roPE]);
+    int* mask = in->traitMask;
+    EXPECT_EQ(PartialMatrixCorrelation(n, nX, nE, X, pc.E, ro, f, 1, nT, mask, T), s[PT_rXE_T]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nX, nO, X, in->Y, ro, f, 1, nT, mask, T), s[PT_roXY_T]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nX, nE, X, pc.E, ro, f, 2, nT, mask, T, 1, (int*)NULL, R),
+              s[PT_rXE_TR]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nP, nX, P, X, ro, f, 1, nT, mask, T), s[PT_roPX_T]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nT, nE, T, pc.E, ro, f, 1, nP, (int*)NULL, P), s[PT_roTE_P]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nX, nE, X, pc.E, ro, f, 2, nT, mask, T, nP, (int*)NULL, P),
+              s[PT_roXE_TP]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nP, nE, P, pc.E, ro, f, 1, nT, mask, T), s[PT_roPE_T]);
+    EXPECT_EQ(PartialMatrixCorrelation(n, nP, nE, P, pc.E, ro, f, 1, nX, (int*)NULL, X), s[PT_roPE_X]);
+    free2D(R, n);
+    Release(&pc);
+  }
+}
+
 TEST(PermTestStatistics, ProportionalTraitsAndReturnedMatrices) {
   for (int ro : kMeasures) {
     PermCase pc;
@@ -342,6 +388,85 @@ TEST(PermTestReproducibility, ThreadsAndFasterPathChangeNothing) {
     if (permKernelsWide) {
       permKernels = &permKernelsTwoLane;
       ExpectSameRuns(&pc, 99, [] { permKernels = permKernelsWide; }, "wide lanes");
+    }
+    Release(&pc);
+  }
+}
+
+// Iterations on 1, 2 and 3 threads: the lists are drawn in order from the
+// one generator and counted in order, so statistics, probabilities and the
+// sums of the random values agree bit for bit. Enough iterations for
+// several blocks of lists, and a last block cut short. OTUs identical in
+// pairs make some arrangements repeat the observed one: ties, which count.
+TEST(PermTestReproducibility, AnyNumberOfThreadsGivesTheSameCounts) {
+  const int pairs[10] = {0, 0, 1, 1, 2, 2, 3, 3, 4, 4};
+  for (int ro : kMeasures)
+    for (int variant = 0; variant < 3; variant++) {
+      PermCase pc;
+      Build(&pc, 9, 10, 2, pairs, 50 + variant);
+      pc.in.opt_ro = ro;
+      pc.in.niter = 457;
+      pc.in.weightedNullModel = variant == 1;
+      pc.in.includePhylogeny = variant != 2;
+      pc.in.twoTailed = variant != 0;
+      double probs[3][N_PERMTEST_STATS], sums[3][N_PERMTEST_STATS];
+      for (int threads = 1; threads <= 3; threads++) {
+        omp_set_num_threads(threads);
+        RunTest(&pc, 777);
+        memcpy(probs[threads - 1], pc.in.probabilities, sizeof(probs[0]));
+        memcpy(sums[threads - 1], permTestRandomSums, sizeof(sums[0]));
+      }
+      for (int t = 1; t < 3; t++)
+        for (int k = 0; k < N_PERMTEST_STATS; k++) {
+          EXPECT_EQ(probs[0][k], probs[t][k]) << "opt_ro " << ro << ", variant " << variant << ", " << t + 1
+                                              << " threads, statistic " << k + 1;
+          EXPECT_EQ(0, memcmp(&sums[0][k], &sums[t][k], sizeof(double)))
+              << "opt_ro " << ro << ", variant " << variant << ", " << t + 1 << " threads, statistic " << k + 1;
+        }
+      Release(&pc);
+    }
+  // Within the identical pairs every arrangement is the observed one: all
+  // ties, all counted, on any number of threads.
+  for (int ro : kMeasures) {
+    PermCase pc;
+    Build(&pc, 8, 10, 1, pairs, 60);
+    pc.in.opt_ro = ro;
+    pc.in.niter = 150;
+    pc.in.twoTailed = false;
+    pc.in.restrictPermutations = 1;
+    for (int threads = 1; threads <= 3; threads++) {
+      omp_set_num_threads(threads);
+      RunTest(&pc, 5);
+      ExpectAllProbabilities(pc, 1.0, threads == 1 ? "tied, 1 thread" : "tied, several threads");
+    }
+    Release(&pc);
+  }
+  omp_set_num_threads(2);
+}
+
+// Asked for the printed statistics only, Procrustes and RV leave the six of
+// Y and Z out of the iterations (their probabilities become not-a-numbers)
+// and every other probability stays as it was.
+TEST(PermTestStatistics, PrintedOnlyLeavesTheOthersUnchanged) {
+  const int smoothed[6] = {PT_rYT, PT_rZT, PT_roXY, PT_roXZ, PT_roXY_T, PT_roXZ_T};
+  for (int ro = 1; ro <= 3; ro++) {
+    PermCase pc;
+    Build(&pc, 10, 8, 2, nullptr, 70);
+    pc.in.opt_ro = ro;
+    pc.in.niter = 60;
+    RunTest(&pc, 31);
+    double stats[N_PERMTEST_STATS], probs[N_PERMTEST_STATS];
+    memcpy(stats, pc.in.statistics, sizeof(stats));
+    memcpy(probs, pc.in.probabilities, sizeof(probs));
+    pc.in.printedOnly = true;
+    RunTest(&pc, 31);
+    for (int k = 0; k < N_PERMTEST_STATS; k++) {
+      bool left = ro != 1 && std::find(smoothed, smoothed + 6, k) != smoothed + 6;
+      EXPECT_EQ(stats[k], pc.in.statistics[k]) << "opt_ro " << ro << ", observed statistic " << k + 1;
+      if (left)
+        EXPECT_TRUE(std::isnan(pc.in.probabilities[k])) << "opt_ro " << ro << ", statistic " << k + 1;
+      else
+        EXPECT_EQ(probs[k], pc.in.probabilities[k]) << "opt_ro " << ro << ", statistic " << k + 1;
     }
     Release(&pc);
   }
