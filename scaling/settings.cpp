@@ -14,9 +14,9 @@
 #include "scaling/scalingUp.h"
 #include "scaling/similarity.h"
 #include "session/session.h"
+#include "session/track.h"
 #include "shell/console.h"
 #include "shell/shell.h"
-#include "shell/track.h"
 
 bool OTUsTypesAreSpecies = false;
 int reseCSTopt = 1;

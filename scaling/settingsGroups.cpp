@@ -6,9 +6,9 @@
 #include "TarnLib/tarnlibStats.h"
 #include "scaling/settings.h"
 #include "session/session.h"
+#include "session/track.h"
 #include "shell/console.h"
 #include "shell/shell.h"
-#include "shell/track.h"
 
 void SettingReseFunction(int* option, const char* text) {
   (void)text;

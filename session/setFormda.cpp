@@ -7,9 +7,10 @@
 #include "TarnLib/tarnlibDim.h"
 #include "session/formda.h"
 #include "session/rawData.h"
+#include "session/session.h"
+#include "session/track.h"
 #include "shell/console.h"
 #include "shell/shell.h"
-#include "shell/track.h"
 
 namespace {
 

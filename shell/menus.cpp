@@ -8,17 +8,18 @@
 #include <omp.h>
 
 #include "TarnLib/tarnlibDim.h"
+#include "ranking/ranking.h"
+#include "scaling/settings.h"
 #include "session/formda.h"
 #include "session/session.h"
 #include "session/setFormda.h"
-#include "ranking/ranking.h"
-#include "scaling/settings.h"
-#include "simulation/simulation.h"
+#include "session/track.h"
 #include "shell/console.h"
 #include "shell/macro.h"
+#include "shell/menus.h"
 #include "shell/preferences.h"
 #include "shell/shell.h"
-#include "shell/track.h"
+#include "simulation/simulation.h"
 
 // The banner's description of the program, between the version and the rule.
 static const char* const kCredits[5] = {
@@ -32,6 +33,7 @@ static const char* const kCredits[5] = {
 void mainInit() {
   gsl_set_error_handler_off();
   InitGlobals();
+  InitSessionGlobals();
   InitIFLibG();
   fprintf(out, "%s\n", lineL);
   fprintf(out, "%s\n\n", version);

@@ -1,4 +1,4 @@
-// Program start, the three menus, the recovery point and the screen services.
+// Shell state shared by every layer: session naming, menu flags, file suffixes and result names, the screen services and their clocks.
 #ifndef SHELL_SHELL_H
 #define SHELL_SHELL_H
 
@@ -105,13 +105,12 @@ extern int hasVelocity;             // velocity profiles
 extern int hasRoVelComplex;         // congruence of velocity and complexity
 extern int hasRoVelComplexPROB;     // its probabilities
 
-// ---- Start and menus ----
-void mainInit();
+// ---- Start ----
+// Defaults of the console, the preferences and the menus.
 void InitGlobals();
+// Screen flags and the clocks at start.
 void InitIFLibG();
 void AdjustClocks_Event();
-void MainMenu();
-void IFSession();
 
 // ---- Screen services ----
 void Menu(const char* title);
@@ -121,9 +120,5 @@ void TimeStamp(FILE* stream);
 void HandleEventInfoWhere(const char* label);
 void HandleEventInfoWhere2(const char* label);
 void Wait();
-
-// ---- Release of session state ----
-void FreeGlobals1();
-void FreeGlobals2();
 
 #endif
