@@ -1,6 +1,5 @@
 // Process start, the main, session and analysis menus, and the recovery point.
 #include <cctype>
-#include <csetjmp>
 #include <cstdlib>
 #include <cstring>
 
@@ -139,20 +138,10 @@ static int ReadFormdaName() {
   return got == 1;
 }
 
-void IFSession() {
-  int code = setjmp(jmp_env);
-  if (code != 0) {
-    jmpLive = 0;
-    FailReport(code);  // codes 1 to 4 end the process there
-    if (!runMacro) Wait();
-    return;
-  }
-  jmpLive = 1;
+// The session's menus, under the recovery point that IFSession sets.
+static void SessionMenu(void*) {
   if (saveStruct == 'y') BuildStructuresName();
-  if (!ReadFormdaName() && SetFormda() != 0) {
-    jmpLive = 0;
-    return;
-  }
+  if (!ReadFormdaName() && SetFormda() != 0) return;
   OpenFormda(1);
   ReadTrack();
   do {
@@ -170,6 +159,12 @@ void IFSession() {
   } while (optmain1 != 'C');
   FreeGlobals1();
   FreeGlobals2();
-  jmpLive = 0;
 }
 
+void IFSession() {
+  int code = RunRecoverable(SessionMenu, nullptr);
+  if (code != 0) {
+    FailReport(code);  // codes 1 to 4 end the process there
+    if (!runMacro) Wait();
+  }
+}
