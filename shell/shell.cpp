@@ -1,4 +1,4 @@
-// Shell state, start defaults of the console and preferences, and the screen services.
+// Shell state and the start defaults of the console and the preferences.
 #include "shell/shell.h"
 
 #include <cctype>
@@ -24,16 +24,6 @@ int optmain1 = 0;
 int optmain = 0;
 int dirtyOrig = 0;
 void* gSpareBlockPtr = nullptr;
-
-int is40CharLine = 0;
-int is80CharLine = 0;
-clock_t t1 = 0;
-clock_t t2 = 0;
-time_t timeStart = 0;
-time_t time0 = 0;
-double Clocks_Event = 50.0;
-const char lineL[] = "----------------------------------------------------------------------";
-const char version[] = "CHARACTER-BASED COMMUNITY ANALYSIS                    KOLVEN v.2.11.13";
 
 float biplotCorrThreshold = 0.6f;
 int rndTestOpt = 0;
@@ -126,76 +116,4 @@ void InitGlobals() {
   maxComponents = 6;
   rndTestOpt = 0;
   nProcessors = 0;
-}
-
-void AdjustClocks_Event() {
-  // Ticks and calendar seconds are subtracted as they stand; nothing reads
-  // the result, and a zero elapsed time gives an infinity, harmlessly.
-  double elapsed = difftime(time(nullptr), timeStart);
-  Clocks_Event = ((double)clock() - (double)timeStart) / elapsed * 2000 / 1000;
-}
-
-void InitIFLibG() {
-  is40CharLine = 0;
-  is80CharLine = 0;
-  t1 = t2 = clock();
-  timeStart = time(nullptr);
-  AdjustClocks_Event();
-}
-
-
-void Menu(const char* title) {
-  ClearLine();
-  fprintf(out, "\n\n%-47s", title);
-  if (strcmp(sessionName, "NULL") != 0) fprintf(out, "%23s", sessionShortName);
-  fprintf(out, "\n%s\n", lineL);
-}
-
-void ClearLine() {
-  if (is40CharLine == 1) {
-    printf("\n");
-    is40CharLine = 0;
-  }
-  if (is80CharLine == 1) {
-    printf("\n");
-    is80CharLine = 0;
-  }
-}
-
-void ClearLineLength(int n) {
-  (void)n;
-  printf("\n");
-}
-
-void TimeStamp(FILE* stream) {
-  time_t now = time(nullptr);
-  const char* text = ctime(&now);
-  fprintf(stream, "%s", text != nullptr ? text : "\n");
-}
-
-void HandleEventInfoWhere(const char* label) { (void)label; }
-
-void HandleEventInfoWhere2(const char* label) {
-  clock_t now = clock();
-  if (now - t2 < 5) return;
-  if (is40CharLine == 1 && (is80CharLine == 0 || is80CharLine == 1)) printf("\n");
-  printf("%*.*s", 40, 40, label);
-  printf("%*s", 40, " ");
-  t2 = clock();
-  is40CharLine = 1;
-  is80CharLine = 1;
-  fflush(stdout);
-}
-
-void Wait() {
-  int c;
-  while ((c = getchar()) != EOF) {
-    if (iscntrl(c)) {
-      ungetc(c, stdin);
-      return;
-    }
-  }
-  // Nothing more can arrive: the wait would never end.
-  FailReport(FAIL_READ);
-  exit(1);
 }
