@@ -27,7 +27,6 @@ bool optWeightedNullModel = false;
 int optRestrictPermutNullModel = 0;
 int* nestingMembershipOTUs = nullptr;
 int opt_ro = 1;
-int whichObj = 'r';
 int printNRese = 'n';
 int printReseFree = 'n';
 int printPRese = 'n';

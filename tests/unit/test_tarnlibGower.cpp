@@ -14,17 +14,6 @@ namespace {
 
 const double MV = M;
 
-// Symmetric matrix with unit diagonal from its strict upper triangle, row by row.
-struct Sym : Mat {
-  Sym(int n, std::initializer_list<double> upper) : Mat(n, n) {
-    auto v = upper.begin();
-    for (int i = 0; i < n; i++) {
-      p[i][i] = 1.0;
-      for (int j = i + 1; j < n; j++) p[i][j] = p[j][i] = *v++;
-    }
-  }
-};
-
 // Binary, nominal, quantitative (one missing) and ordinal traits of three OTUs.
 const double mixed[] = {1, 2, 2.5, 10, 0, 2, MV, 30, 0, 3, 4.1, 20};
 int mixedTypes[] = {1, 2, 3, 4};
