@@ -7,12 +7,12 @@
 #include <cmath>
 #include <cstdarg>
 
+#include "TarnLib/tarnlibCommunity.h"
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibEigen.h"
 #include "TarnLib/tarnlibNum.h"
 #include "TarnLib/tarnlibRegression.h"
 #include "TarnLib/tarnlibStats.h"
-#include "scaling/community.h"
 
 static const double missing = -999.0;
 

@@ -12,6 +12,7 @@
 
 jmp_buf jmp_env;
 volatile int jmpLive = 0;
+volatile int jmpCode = 0;
 
 // ---------------------------------------------------------------------------
 // Failure jump
@@ -58,7 +59,26 @@ void FailJump(int code) {
     FailReport(code);
     exit(1);
   }
+  jmpCode = code;
   longjmp(jmp_env, code);
+}
+
+int RunRecoverable(void (*body)(void*), void* arg) {
+  // Read after a jump but set before setjmp, so their values hold.
+  jmp_buf outer;
+  memcpy(outer, jmp_env, sizeof(jmp_buf));
+  int outerLive = jmpLive;
+  // setjmp only in a form that ISO C allows (compared with a constant); the
+  // code travels in the volatile jmpCode.
+  if (setjmp(jmp_env) == 0) {
+    jmpLive = 1;
+    body(arg);
+    jmpCode = 0;
+  }
+  int code = jmpCode;
+  memcpy(jmp_env, outer, sizeof(jmp_buf));
+  jmpLive = outerLive;
+  return code;
 }
 
 void CloseStream(FILE* stream) {

@@ -14,6 +14,14 @@
 
 extern jmp_buf jmp_env;      // the one recovery point, set by IFSession
 extern volatile int jmpLive; // 1 while jmp_env holds a live recovery point
+extern volatile int jmpCode; // the code of the latest jump to jmp_env
+
+// Runs body(arg) under a live recovery point: returns 0 when body returned,
+// else the code of the failure that jumped out of it. The frames of body are
+// left by a jump, so they hold only plain arrays and C strings, and a jump
+// never leaves an OpenMP region. The recovery point in force before the
+// call is restored after it.
+int RunRecoverable(void (*body)(void*), void* arg);
 
 // Jumps to jmp_env with `code`; with no live recovery point (or inside a
 // parallel region) prints the code's messages and ends the process with 1.

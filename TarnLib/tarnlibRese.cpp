@@ -11,8 +11,8 @@
 #include "TarnLib/tarnlibCluster.h"
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibEntropy.h"
+#include "TarnLib/tarnlibGower.h"
 #include "TarnLib/tarnlibStats.h"
-#include "scaling/similarity.h"
 
 static const double missing = -999.0;
 

@@ -4,8 +4,8 @@
 #include <cfloat>
 #include <cmath>
 
+#include "TarnLib/tarnlibBeals.h"
 #include "TarnLib/tarnlibDim.h"
-#include "scaling/smoothing.h"
 
 namespace {
 const double MV = -999.0;

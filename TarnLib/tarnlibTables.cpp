@@ -3,7 +3,8 @@
 
 #include <cmath>
 
-#include "shell/preferences.h"
+// Widest line of an aligned table; a preference, read and saved by the shell.
+int maxColsPrint = 2147483647;
 
 // Length of x written with "%.*g"; the measure uses a 200-character buffer.
 static int WidthOf(double x, int digits) {

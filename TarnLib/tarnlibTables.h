@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+extern int maxColsPrint;  // widest table printed, in characters (a preference)
+
 // All routines write to an open stream and neither flush nor close it.
 // `order`, where present, is a list of one-based indices or a null pointer.
 

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "TarnLib/tarnlibCommunity.h"
 #include "TarnLib/tarnlibCongruence.h"
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibNum.h"
@@ -20,7 +21,6 @@
 #include "permutation/permCoef.h"
 #include "permutation/permCorrelWork.h"
 #include "permutation/permKernels.h"
-#include "scaling/community.h"
 #include "shell/shell.h"
 
 bool permTestPlainLoops = false;

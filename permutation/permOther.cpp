@@ -9,6 +9,7 @@
 #include <climits>
 #include <cmath>
 
+#include "TarnLib/tarnlibCommunity.h"
 #include "TarnLib/tarnlibCongruence.h"
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibNum.h"
@@ -18,7 +19,6 @@
 #include "TarnLib/tarnlibStats.h"
 #include "TarnLib/tarnlibTables.h"
 #include "permutation/permCorrel.h"
-#include "scaling/community.h"
 #include "shell/shell.h"
 
 // Digits of the numbers in the intermediate results.

@@ -6,12 +6,12 @@
 #include "TarnLib/tarnlibRandom.h"
 #include "TarnLib/tarnlibTables.h"
 #include "permutation/permCorrel.h"
-#include "scaling/settings.h"
 #include "scaling/scalingUp.h"
+#include "scaling/settings.h"
 #include "session/session.h"
+#include "session/track.h"
 #include "shell/preferences.h"
 #include "shell/shell.h"
-#include "shell/track.h"
 
 static const char reportLineL[] =
     "----------------------------------------------------------------------";

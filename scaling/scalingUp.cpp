@@ -24,9 +24,9 @@
 #include "scaling/smoothing.h"
 #include "session/formda.h"
 #include "session/session.h"
+#include "session/track.h"
 #include "shell/preferences.h"
 #include "shell/shell.h"
-#include "shell/track.h"
 
 int nMinCSTGroupsChRank = 0;
 int nMaxCSTGroupsChRank = 0;

@@ -14,9 +14,9 @@
 #include "scaling/scalingUp.h"
 #include "scaling/similarity.h"
 #include "session/session.h"
+#include "session/track.h"
 #include "shell/console.h"
 #include "shell/shell.h"
-#include "shell/track.h"
 
 bool OTUsTypesAreSpecies = false;
 int reseCSTopt = 1;
@@ -27,7 +27,6 @@ bool optWeightedNullModel = false;
 int optRestrictPermutNullModel = 0;
 int* nestingMembershipOTUs = nullptr;
 int opt_ro = 1;
-int whichObj = 'r';
 int printNRese = 'n';
 int printReseFree = 'n';
 int printPRese = 'n';

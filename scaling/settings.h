@@ -2,6 +2,10 @@
 #ifndef SCALING_SETTINGS_H
 #define SCALING_SETTINGS_H
 
+// The partition dialogue (SettingAnyGroups, GetPartition, whichObj) is the
+// session's; its users see it here as well.
+#include "session/groups.h"
+
 // ---- Types of OTUs ----
 extern bool OTUsTypesAreSpecies;         // the types are the species of the formatted file
 extern int reseCSTopt;                   // resemblance between OTUs: 1 Gower index (always 1)
@@ -16,7 +20,6 @@ extern int* nestingMembershipOTUs;       // [tcst] nesting group of each OTU (wi
 
 // ---- Congruence and resemblance ----
 extern int opt_ro;                       // 1 Mantel matrix correlation, 2 Procrustes, 3 RV
-extern int whichObj;                     // object of the resemblance dialogue: 'r' or 'c'
 extern int printNRese;                   // 'y'/'n': print nominal resemblances
 extern int printReseFree;                // 'y'/'n': print them in free format
 extern int printPRese;                   // 'y'/'n': print partial resemblances
@@ -52,12 +55,6 @@ void SettingsRese();
 void SettingReseFunction(int* option, const char* text);
 // Hierarchical level into *level (1 unless the analysis is hierarchical).
 void SettingWhichLevel(int* level);
-// Asks a partition of n objects ("communities" or another plural in `what`).
-void SettingAnyGroups(int n, int* nGroups, int* membership, char** groupLabels,
-                      const char* what);
-// Partition of level nGroups from the session's clustering record of
-// objectKind ('r' communities, else OTUs); labels renumbered from 1.
-void GetPartition(int n, int nGroups, int* membership, char objectKind);
 // Divides the weights of the traits of each trait group that holds selected
 // traits (weight above 0) by the number of its selected traits.
 void WeightsByTraitGroups(int nTraits, int* groups, double* weights);

@@ -6,13 +6,13 @@
 
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibNum.h"
-#include "scaling/settings.h"
 #include "session/formda.h"
+#include "session/groups.h"
 #include "session/rawData.h"
 #include "session/session.h"
+#include "session/track.h"
 #include "shell/console.h"
 #include "shell/shell.h"
-#include "shell/track.h"
 
 namespace {
 

@@ -87,4 +87,13 @@ extern const char versionFormda_Traits[]; // "08Jan18": read by nobody
 extern const char formdaMatrixTag[];      // "25Jun2016": tag before B and W
 extern const char formdaMatrixTagOld[];   // "18Jan2008": older tag, no trait groups
 
+// ---- Start and release of the session state ----
+// No partitions, level 1, one moving window: the state at program start.
+void InitSessionGlobals();
+// Forgets the results and partitions of the session that closes.
+void FreeGlobals1();
+// Releases the session's matrices and labels; pointers are cleared, so a
+// second release is harmless.
+void FreeGlobals2();
+
 #endif

@@ -10,9 +10,9 @@
 #include "session/mergeFormda.h"
 #include "session/rawData.h"
 #include "session/session.h"
+#include "session/track.h"
 #include "shell/console.h"
 #include "shell/shell.h"
-#include "shell/track.h"
 
 namespace {
 

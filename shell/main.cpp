@@ -1,5 +1,5 @@
 // Process entry: hands over to the start sequence, which never returns.
-void mainInit();
+#include "shell/menus.h"
 
 int main() {
   mainInit();

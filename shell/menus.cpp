@@ -1,6 +1,5 @@
 // Process start, the main, session and analysis menus, and the recovery point.
 #include <cctype>
-#include <csetjmp>
 #include <cstdlib>
 #include <cstring>
 
@@ -8,17 +7,18 @@
 #include <omp.h>
 
 #include "TarnLib/tarnlibDim.h"
+#include "ranking/ranking.h"
+#include "scaling/settings.h"
 #include "session/formda.h"
 #include "session/session.h"
 #include "session/setFormda.h"
-#include "ranking/ranking.h"
-#include "scaling/settings.h"
-#include "simulation/simulation.h"
+#include "session/track.h"
 #include "shell/console.h"
 #include "shell/macro.h"
+#include "shell/menus.h"
 #include "shell/preferences.h"
 #include "shell/shell.h"
-#include "shell/track.h"
+#include "simulation/simulation.h"
 
 // The banner's description of the program, between the version and the rule.
 static const char* const kCredits[5] = {
@@ -32,6 +32,7 @@ static const char* const kCredits[5] = {
 void mainInit() {
   gsl_set_error_handler_off();
   InitGlobals();
+  InitSessionGlobals();
   InitIFLibG();
   fprintf(out, "%s\n", lineL);
   fprintf(out, "%s\n\n", version);
@@ -137,20 +138,10 @@ static int ReadFormdaName() {
   return got == 1;
 }
 
-void IFSession() {
-  int code = setjmp(jmp_env);
-  if (code != 0) {
-    jmpLive = 0;
-    FailReport(code);  // codes 1 to 4 end the process there
-    if (!runMacro) Wait();
-    return;
-  }
-  jmpLive = 1;
+// The session's menus, under the recovery point that IFSession sets.
+static void SessionMenu(void*) {
   if (saveStruct == 'y') BuildStructuresName();
-  if (!ReadFormdaName() && SetFormda() != 0) {
-    jmpLive = 0;
-    return;
-  }
+  if (!ReadFormdaName() && SetFormda() != 0) return;
   OpenFormda(1);
   ReadTrack();
   do {
@@ -168,6 +159,12 @@ void IFSession() {
   } while (optmain1 != 'C');
   FreeGlobals1();
   FreeGlobals2();
-  jmpLive = 0;
 }
 
+void IFSession() {
+  int code = RunRecoverable(SessionMenu, nullptr);
+  if (code != 0) {
+    FailReport(code);  // codes 1 to 4 end the process there
+    if (!runMacro) Wait();
+  }
+}

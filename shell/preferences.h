@@ -2,6 +2,11 @@
 #ifndef SHELL_PREFERENCES_H
 #define SHELL_PREFERENCES_H
 
+// Two preferences are owned by the units that read them, and declared there:
+// maxColsPrint (widest table printed) and countDoubleAbsence (Gower index).
+#include "TarnLib/tarnlibGower.h"
+#include "TarnLib/tarnlibTables.h"
+
 extern const char KOLVENPrefsName[]; // "KOLVEN.prf", in the current directory
 extern const char versionPref[];     // version word of the file
 extern int isHierarchicalPref;       // multi-level hierarchical analysis when applicable
@@ -16,12 +21,10 @@ extern int profilePointSize;         // profile point size
 extern float treeHSize;              // tree width
 extern float treeVSize;              // tree height
 extern int sDigits;                  // significant digits on printouts
-extern int maxColsPrint;             // widest table printed
 extern int maxComponents;            // ordination components kept
 extern char saveStruct;              // 'y' to save structures
 extern char saveRndData;             // 'y' to save randomization tables
 extern char showMemory;              // 'y' to inform of free memory
-extern int countDoubleAbsence;       // Gower index counts matching absences
 extern int sqrtDissimOpt_RaoTraits;  // Rao entropy of traits on square roots
 extern int sqrtDissimOpt_RaoPhyl;    // Rao entropy of phylogeny on square roots
 extern int BealsIncludeOpt;          // target OTU counts in its own Beals estimate

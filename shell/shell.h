@@ -1,9 +1,11 @@
-// Program start, the three menus, the recovery point and the screen services.
+// Shell state shared by every layer: session naming, menu flags, file suffixes
+// and result names; with the screen services of shell/screen.h.
 #ifndef SHELL_SHELL_H
 #define SHELL_SHELL_H
 
 #include <cstdio>
-#include <ctime>
+
+#include "shell/screen.h"
 
 // ---- Session naming ----
 extern char sessionShortName[48];   // session name as typed, cut to 21 characters
@@ -21,17 +23,6 @@ extern int optmain1;                // last answer at the session menu, upper ca
 extern int optmain;                 // last answer at the analysis menu, upper case
 extern int dirtyOrig;               // 1 once an analysis altered the loaded matrices
 extern void* gSpareBlockPtr;        // 20480 bytes obtained at start, never used
-
-// ---- Screen and clock bookkeeping ----
-extern int is40CharLine;            // 1 while a progress line owes a line end
-extern int is80CharLine;            // second flag of the same kind
-extern clock_t t1;                  // clock() at start
-extern clock_t t2;                  // clock() at the latest progress line
-extern time_t timeStart;            // time() at start
-extern time_t time0;                // start of the latest permutation test or search
-extern double Clocks_Event;         // recomputed by AdjustClocks_Event; unread
-extern const char lineL[];          // rule of 70 hyphens
-extern const char version[];        // program title and version, 70 characters
 
 // ---- Other defaults set at start ----
 extern float biplotCorrThreshold;   // correlation threshold of biplot vectors
@@ -105,25 +96,8 @@ extern int hasVelocity;             // velocity profiles
 extern int hasRoVelComplex;         // congruence of velocity and complexity
 extern int hasRoVelComplexPROB;     // its probabilities
 
-// ---- Start and menus ----
-void mainInit();
+// ---- Start ----
+// Defaults of the console, the preferences and the menus.
 void InitGlobals();
-void InitIFLibG();
-void AdjustClocks_Event();
-void MainMenu();
-void IFSession();
-
-// ---- Screen services ----
-void Menu(const char* title);
-void ClearLine();
-void ClearLineLength(int n);
-void TimeStamp(FILE* stream);
-void HandleEventInfoWhere(const char* label);
-void HandleEventInfoWhere2(const char* label);
-void Wait();
-
-// ---- Release of session state ----
-void FreeGlobals1();
-void FreeGlobals2();
 
 #endif

@@ -17,7 +17,7 @@
 #include "session/session.h"
 #include "shell/preferences.h"
 #include "shell/shell.h"
-#include "shell/track.h"
+#include "session/track.h"
 
 // The phrase shared by the four recorded vectors of the per-set report.
 static void PrintRecordedHeading(FILE* fp, const char* what, const char* when) {

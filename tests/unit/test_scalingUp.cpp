@@ -14,10 +14,10 @@
 #include "scaling/scalingUp.h"
 #include "scaling/settings.h"
 #include "session/session.h"
+#include "session/track.h"
+#include "session_test_util.h"
 #include "shell/preferences.h"
 #include "shell/shell.h"
-#include "shell/track.h"
-#include "session_test_util.h"
 
 namespace {
 

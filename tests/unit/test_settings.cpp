@@ -9,9 +9,9 @@
 #include "TarnLib/tarnlibRandom.h"
 #include "scaling/settings.h"
 #include "session/session.h"
+#include "session/track.h"
 #include "shell/console.h"
 #include "shell/shell.h"
-#include "shell/track.h"
 #include "tests/unit/session_test_util.h"
 
 using namespace testutil;

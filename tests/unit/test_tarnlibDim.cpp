@@ -131,3 +131,20 @@ TEST(TarnlibDimStrings, TrimUpperAndCaseFreeCompare) {
 TEST(TarnlibDimStreams, OpenFailureReturnsNullWithoutJumping) {
   EXPECT_EQ(fopenck("no-such-file.txt", "/nonexistent-dir/", "r"), nullptr);
 }
+
+// A recovery point inside another: each jump returns its code to the
+// innermost live point, and the outer point is in force again afterwards.
+TEST(TarnlibDimRecovery, NestedPointsAndTheCodeOfEachJump) {
+  EXPECT_EQ(0, RunGuarded([] {}));
+  EXPECT_EQ(0, jmpLive) << "no live point after the call";
+  int inner = -1;
+  int outer = RunGuarded([&] {
+    inner = RunGuarded([] { FailJump(FAIL_OPEN); });
+    EXPECT_EQ(1, jmpLive) << "the outer point is live again";
+    FailJump(FAIL_REPORTED);  // reaches the outer point, not the finished inner one
+  });
+  EXPECT_EQ(FAIL_OPEN, inner);
+  EXPECT_EQ(FAIL_REPORTED, outer);
+  EXPECT_EQ(0, jmpLive);
+  EXPECT_EQ(0, RunGuarded([] {})) << "a clean run after a jump reports no code";
+}

@@ -6,7 +6,6 @@
 
 #include "TarnLib/tarnlibDim.h"
 #include "TarnLib/tarnlibTables.h"
-#include "shell/preferences.h"
 #include "tests/unit/test_util.h"
 
 using namespace testutil;

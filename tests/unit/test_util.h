@@ -3,7 +3,6 @@
 #define TEST_UTIL_H
 
 #include <cmath>
-#include <csetjmp>
 #include <cstdio>
 #include <initializer_list>
 #include <string>
@@ -65,13 +64,7 @@ inline void ExpectMatrix(double** got, int rows, int cols, const double* want, d
 template <typename F>
 int RunGuarded(F body)
 {
-    int code = setjmp(jmp_env);
-    if (code == 0) {
-        jmpLive = 1;
-        body();
-    }
-    jmpLive = 0;
-    return code;
+    return RunRecoverable([](void* f) { (*static_cast<F*>(f))(); }, &body);
 }
 
 // A temporary stream holding `text`, read from its start.

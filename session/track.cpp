@@ -1,5 +1,5 @@
 // The session track file: reader, writer, the settings it carries, and GetPrindaMode.
-#include "shell/track.h"
+#include "session/track.h"
 
 #include <cstring>
 

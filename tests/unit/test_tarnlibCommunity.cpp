@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "TarnLib/tarnlibCommunity.h"
 #include "TarnLib/tarnlibDim.h"
-#include "scaling/community.h"
 #include "tests/unit/test_util.h"
 
 using namespace testutil;

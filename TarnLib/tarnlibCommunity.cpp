@@ -1,7 +1,7 @@
 // Community-level products of W with B, U and Q; Rao entropy, nearest-neighbour resemblance, beta divergence.
 // Rao's quadratic entropy (Rao 1982, Theoretical Population Biology 21:24); with the identity as
 // resemblance it is the Gini-Simpson index, and their difference the functional redundancy.
-#include "scaling/community.h"
+#include "TarnLib/tarnlibCommunity.h"
 
 #include <cfloat>
 #include <cmath>

@@ -3,9 +3,9 @@
 
 #include <string>
 
+#include "session/track.h"
 #include "session_test_util.h"
 #include "shell/console.h"
-#include "shell/track.h"
 
 using namespace sessiontest;
 

@@ -1,6 +1,6 @@
 // The session track file: its reader and writer, the settings it alone carries, and GetPrindaMode.
-#ifndef SHELL_TRACK_H
-#define SHELL_TRACK_H
+#ifndef SESSION_TRACK_H
+#define SESSION_TRACK_H
 
 // ---- Settings carried by the track file ----
 extern int isHierarchical;      // 1 for a hierarchical analysis of the traits
