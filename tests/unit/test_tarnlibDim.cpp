@@ -134,6 +134,24 @@ TEST(TarnlibDimStreams, TextThenEndOfFileGivesNoNumber) {
   EXPECT_EQ(freadck1(fp, "%lf", &v, "t"), 0);  // the stream is closed here
 }
 
+// A full device takes the open but no byte: whether the print failed at once
+// (a long text fills the buffer) or only when the close flushed it, the
+// checked close raises code 3; a file written well closes without a word.
+TEST(TarnlibDimStreams, CheckedCloseTellsEveryFailedPrint) {
+  FILE* fp = fopen("/dev/full", "w");
+  ASSERT_NE(fp, nullptr);
+  EXPECT_LT(fprintf(fp, "%s", std::string(70000, 'x').c_str()), 0);
+  fprintf(fp, "\n");
+  EXPECT_EQ(RunGuarded([&] { fcloseck(fp); }), FAIL_PRINT);
+  fp = fopen("/dev/full", "w");
+  ASSERT_NE(fp, nullptr);
+  EXPECT_EQ(fprintf(fp, "2.385\n"), 6);  // only buffered so far
+  EXPECT_EQ(RunGuarded([&] { fcloseck(fp); }), FAIL_PRINT);
+  fp = tmpfile();
+  fprintf(fp, "2.385\n");
+  EXPECT_EQ(RunGuarded([&] { fcloseck(fp); }), 0);
+}
+
 TEST(TarnlibDimStreams, NumbersOutsideTheListOrIntervalAreReadAgain) {
   FILE* fp = StreamOf("7 2.0 ");
   EXPECT_EQ(ScanNumber(fp, "t", "1 2 3"), 2.0);
