@@ -54,15 +54,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // A NUL byte ends a word as C strings do, so a file with one is not
   // written back as it was read: no round trip for those.
   if (memchr(data, 0, size) != nullptr) return 0;
+  // Copies that the format itself cannot read back are read all the same,
+  // and may be refused:
   // OTU group labels of 3 or 4 characters run into the next one when written,
-  // as they always have: such a copy is read, but may be refused.
+  // as they always have.
   bool labelsRunTogether = false;
   for (int p = 0; p < nPartCst; p++)
     for (int g = 0; g < nGroupsCstP[p]; g++)
       if (strlen(grCstLabelP[p][g]) >= 3) labelsRunTogether = true;
+  // The number read after the version word takes the digits that begin the
+  // first result name; the program always writes "NULL" there.
+  bool nameTakenAsNumber = strchr("0123456789+-", whichEnvRese[0]) != nullptr && whichEnvRese[0] != '\0';
   strcpy(whichTrack, "fuzzCopyTrk.txt");
   if (FuzzGuarded(Write) != 0) abort();
-  if (FuzzGuarded(Read) != 0 && !labelsRunTogether) {
+  if (FuzzGuarded(Read) != 0 && !labelsRunTogether && !nameTakenAsNumber) {
     fprintf(stderr, "a track file that reads, written again, does not read\n");
     abort();
   }
