@@ -62,7 +62,7 @@ pids=()
 for t in "${targets[@]}"; do
   mkdir -p "$work/artifacts/$t"
   ASAN_OPTIONS=detect_leaks=0:allocator_may_return_null=1 LC_ALL=C \
-    nice -n 19 "$build/tests/fuzz/$t" -max_total_time="$seconds" -timeout=30 \
+    nice -n 19 "$build/tests/fuzz/$t" -max_total_time="$seconds" -timeout=120 \
     -close_fd_mask=3 -print_final_stats=1 -dict="$src/tests/fuzz/kolven.dict" \
     -artifact_prefix="$work/artifacts/$t/" "$work/corpus/$t" > "$work/$t.log" 2>&1 &
   pids+=($!)
