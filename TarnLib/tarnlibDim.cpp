@@ -6,6 +6,7 @@
 #include <omp.h>
 
 #include <cctype>
+#include <climits>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -79,6 +80,11 @@ int RunRecoverable(void (*body)(void*), void* arg) {
   memcpy(jmp_env, outer, sizeof(jmp_buf));
   jmpLive = outerLive;
   return code;
+}
+
+void fcloseck(FILE* stream) {
+  int failed = ferror(stream);
+  if (fclose(stream) != 0 || failed) FailJump(FAIL_PRINT);
 }
 
 void CloseStream(FILE* stream) {
@@ -251,13 +257,112 @@ int freadck(FILE* stream, const char* format, void* target, const char* label) {
   return got;
 }
 
+namespace {
+
+// Longest number kept whole by the tolerant read; a longer run of digits is
+// cut there and its rest read as the next number.
+const int numberWindow = 512;
+
+// Characters of one blank-delimited word, read ahead while the tolerant read
+// looks for a number in it. Characters before `start` have been dropped.
+struct WordWindow {
+  char text[numberWindow + 1];
+  int start, length;
+  bool wordEnded; // the stream holds no more characters of this word
+};
+
+// Reads characters of the current word until the window is full or the word
+// ends; the white space that ends it is put back. Returns false at the end of
+// the stream with nothing in the window.
+bool FillWindow(FILE* stream, WordWindow& w) {
+  if (w.start > 0) {
+    memmove(w.text, w.text + w.start, (size_t)(w.length - w.start));
+    w.length -= w.start;
+    w.start = 0;
+  }
+  if (w.length == 0 && w.wordEnded) {
+    int c;
+    do c = fgetc(stream);
+    while (c != EOF && isspace(c));
+    if (c == EOF) return false;
+    w.text[w.length++] = (char)c;
+    w.wordEnded = false;
+  }
+  while (!w.wordEnded && w.length < numberWindow) {
+    int c = fgetc(stream);
+    if (c == EOF || isspace(c)) {
+      if (c != EOF) ungetc(c, stream);
+      w.wordEnded = true;
+    } else {
+      w.text[w.length++] = (char)c;
+    }
+  }
+  w.text[w.length] = '\0';
+  return true;
+}
+
+// The number at the front of `text` by the grammar of the conversion: the
+// count of characters it takes, 0 when none is there.
+int ConvertFront(const char* text, bool integer, void* target) {
+  char* end;
+  if (integer) {
+    long v = strtol(text, &end, 10);
+    if (end == text) return 0;
+    // Out of range saturates, as strtol does for long.
+    *(int*)target = v > INT_MAX ? INT_MAX : v < INT_MIN ? INT_MIN : (int)v;
+  } else {
+    double v = strtod(text, &end);
+    if (end == text) return 0;
+    *(double*)target = v;
+  }
+  return (int)(end - text);
+}
+
+// The tolerant read of one number. Text is dropped one character at a time,
+// exactly as far as no number starts; the characters read ahead behind the
+// number are put back, so the next read starts right after it. Words such as
+// "in" or "na" that open "inf" or "nan" lose nothing of the number behind them.
+int ReadTolerantNumber(FILE* stream, bool integer, void* target) {
+  WordWindow w;
+  w.start = w.length = 0;
+  w.wordEnded = true;
+  for (;;) {
+    if (!FillWindow(stream, w)) return EOF;
+    while (w.start < w.length) {
+      int taken = ConvertFront(w.text + w.start, integer, target);
+      if (taken > 0) {
+        // Put back what follows the number, last character first.
+        for (int k = w.length - 1; k >= w.start + taken; k--) ungetc((unsigned char)w.text[k], stream);
+        return 1;
+      }
+      w.start++;
+      // Keep the window full so that a number is never seen cut short.
+      if (!w.wordEnded) break;
+    }
+  }
+}
+
+// The numeric conversion of a scanf format ("%lf" or "%d"), or 0 for any other.
+char NumericConversion(const char* format) {
+  if (strcmp(format, "%lf") == 0) return 'f';
+  if (strcmp(format, "%d") == 0) return 'd';
+  return 0;
+}
+
+} // namespace
+
 int freadck1(FILE* stream, const char* format, void* target, const char* label) {
   int got;
-  // Text between numbers is passed over one character at a time.
-  while ((got = fscanf(stream, format, target)) == 0) {
-    if (fgetc(stream) == EOF) {
-      got = EOF;
-      break;
+  char conversion = NumericConversion(format);
+  if (conversion != 0) {
+    got = ReadTolerantNumber(stream, conversion == 'd', target);
+  } else {
+    // Words: a "%s" conversion takes any word and fails only at the end.
+    while ((got = fscanf(stream, format, target)) == 0) {
+      if (fgetc(stream) == EOF) {
+        got = EOF;
+        break;
+      }
     }
   }
   if (got == EOF) {

@@ -33,6 +33,10 @@ void FailReport(int code);
 void CloseStream(FILE* stream);
 // Checks the result of a print call to a file: a negative value raises code 3.
 inline void fprintck(int printed) { if (printed < 0) FailJump(FAIL_PRINT); }
+// Closes a file that was written. A print that failed on it since it was
+// opened (the stream's error indicator stays set) or a failed close, which
+// writes what is still buffered, raises code 3.
+void fcloseck(FILE* stream);
 
 // ---- Allocators: zero-filled; out of memory raises code 1 ----
 void* dim1D_Clear(int n, unsigned long size);
@@ -79,7 +83,9 @@ FILE* fopenck(const char* name, const char* prefix, const char* mode);
 // A "%s" conversion must carry a width that fits the target.
 int freadck(FILE* stream, const char* format, void* target, const char* label);
 // Tolerant read: skips characters until the conversion succeeds; returns 0
-// at end of file (the stream is then closed), else 1.
+// at end of file (the stream is then closed), else 1. "%lf" and "%d" drop
+// text one character at a time and never a character of the number behind
+// it (numbers as strtod and strtol read them, "inf" and "nan" included).
 int freadck1(FILE* stream, const char* format, void* target, const char* label);
 // One line into `buffer` (limit characters + terminator); see the family's
 // end characters. End of file before any character raises code 2.

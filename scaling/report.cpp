@@ -163,9 +163,10 @@ static void PhylogenyResemblance(FILE* f) {
             tcst, nClados);
   }
   // The mirror stays in phylogenyRese: its lower triangle is overwritten.
+  // The whole square is printed, unlike the other resemblance matrices.
   for (int i = 0; i < tcst; i++)
     for (int j = i + 1; j < tcst; j++) phylogenyRese[j][i] = phylogenyRese[i][j];
-  PrintLowerHalfMatrixTab(f, tcst, phylogenyRese, sDigits);
+  PrintMatrixTab(f, tcst, tcst, phylogenyRese, sDigits);
 }
 
 void ReportPhylogeny(FILE* f, double** scores, int nPCoA, double** Q, double** P, double** DP) {

@@ -506,7 +506,7 @@ static void TypePass(ScalingWork* w, FILE* f, int g, int nMono) {
   ReportTypeMatrices(f, g, w->sizes, w->A, w->Xcrisp, w->X, w->mask);
   FILE* detail = optRndTests ? RunTests(w, g) : nullptr;
   ReportStatistics(f, w->stats, w->probs, w->tested, g, w->sizes, w->mask, w->time0);
-  if (detail != nullptr) fclose(detail);
+  if (detail != nullptr) fcloseck(detail);
   ReportDiversity(f, w->D, w->Rf, w->FR, w->Rp, w->PR);
 }
 
@@ -552,6 +552,8 @@ void PFTs_ScalingUp() {
     TypeLoop(&w, f, nMono);
   }
   fprintf(f, "\n");
-  fclose(f);
+  // Every print of the report is checked here, where a failed one has left
+  // the stream's error indicator set.
+  fcloseck(f);
   FreeWork(&w);
 }

@@ -334,7 +334,7 @@ static void WriteHierFile() {
     for (int j = 0; j < ncsm; j++) fprintck(fprintf(fp, "%g\t", cadat[i][j]));
     fprintck(fprintf(fp, "\n"));
   }
-  fclose(fp);
+  fcloseck(fp);
   rcst[0] = tcst;
 }
 

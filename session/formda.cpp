@@ -36,6 +36,13 @@ void ReadCount(FormdaReader& r, int* count) {
   if (*count < 0 || *count > r.size) FailMalformed(r.fp, r.name);
 }
 
+// Traits, communities and OTUs: every analysis sizes its arrays by these
+// and writes at least their first element, so a file stating none is refused.
+void ReadPositiveCount(FormdaReader& r, int* count) {
+  ReadCount(r, count);
+  if (*count < 1) FailMalformed(r.fp, r.name);
+}
+
 // Items of a block (rows by columns) must fit the file too.
 void CheckBlock(FormdaReader& r, int rows, int cols) {
   if ((long long)rows * cols > r.size) FailMalformed(r.fp, r.name);
@@ -65,7 +72,7 @@ void ReadDoubleRow(FormdaReader& r, int n, double* row) {
 
 // Rows 2 to 9: traits and communities, their labels, and the OTU count.
 void ReadHeader(FormdaReader& r) {
-  ReadCount(r, &nch);
+  ReadPositiveCount(r, &nch);
   chLabel = dim2Dchar(nch, 11);
   chtype = dim1Dint(nch);
   chrange = dim1Double(nch);
@@ -74,10 +81,10 @@ void ReadHeader(FormdaReader& r) {
   ReadIntRow(r, nch, chtype);
   ReadDoubleRow(r, nch, chrange);
   ReadIntRow(r, nch, onsta);
-  ReadCount(r, &ncsm);
+  ReadPositiveCount(r, &ncsm);
   reLabel = dim2Dchar(ncsm, 11);
   for (int i = 0; i < ncsm; i++) ReadLabel(r, reLabel[i], 10);
-  ReadCount(r, &tcst);
+  ReadPositiveCount(r, &tcst);
   CheckBlock(r, tcst, nch + ncsm);
 }
 

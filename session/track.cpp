@@ -285,7 +285,7 @@ void WriteTrack(char full) {
   fprintf(fp, "%s\n", whichFormda);
   fprintf(fp, "%s\n", versionTrack);
   if (full) WriteFullTrack(fp);
-  fclose(fp);
+  fcloseck(fp);
 }
 
 // ---------------------------------------------------------------------------

@@ -40,7 +40,7 @@ static void StopRecording() {
   createMacro = 0;
   // The closing R is the answer that stops the replay of this macro.
   fprintf(outm, "R\n");
-  fclose(oufpMacro);
+  fcloseck(oufpMacro);
   oufpMacro = nullptr;
   ResetEchoSink();
   fprintf(out, "\n\n\nMacro saved on file %s\n", whichMacro);
@@ -60,7 +60,7 @@ static int StartRecording() {
 static void StopReplay() {
   runMacro = 0;
   fclose(infpMacro);
-  fclose(oufpRun);
+  fcloseck(oufpRun);
   infpMacro = oufpRun = nullptr;
   in = stdin;
   out = stdout;

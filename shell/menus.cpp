@@ -84,7 +84,7 @@ void MainMenu() {
     int option = toupper(ReadCharIn("N O S A X"));
     fprintf(out, "\n\n");
     AdjustClocks_Event();
-    omp_set_num_threads(nProcessors > 0 ? nProcessors : omp_get_num_procs());
+    omp_set_num_threads(ThreadsToStart());
     switch (option) {
       case 'N':
       case 'O':

@@ -1,6 +1,8 @@
 // User preferences: their globals, the preferences file and its dialogue.
 #include "shell/preferences.h"
 
+#include <omp.h>
+
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -36,6 +38,13 @@ int nProcessors = 0;
 
 // One character item, y or n.
 static char ReadYesNo(FILE* fp) { return (char)ScanChar(fp, "y n", KOLVENPrefsName); }
+
+int ThreadsToStart() {
+  int available = omp_get_num_procs();
+  // More threads than processors only slow the analyses down, and a count in
+  // the hundred thousands is more than the threads library can start.
+  return nProcessors > 0 && nProcessors < available ? nProcessors : available;
+}
 
 void ReadPreferences() {
   FILE* fp = fopen(KOLVENPrefsName, "r");

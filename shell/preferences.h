@@ -33,6 +33,9 @@ extern char twoTailedTestMantel;     // one-byte flag: two-tailed Mantel p-value
 extern int nProcessors;              // processors to use; 0 for all
 
 void ReadPreferences();
+// Threads to start: nProcessors, bounded by the processors of the machine; all
+// of them for 0. The preference itself keeps the value that the user gave.
+int ThreadsToStart();
 void WritePreferences();
 void SetPreferences();
 

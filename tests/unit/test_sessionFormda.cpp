@@ -245,6 +245,10 @@ TEST_F(SessionFormda, MalformedContentEndsWithReadFailure) {
       {"word in E", Replace(original, "   860", "\t", "   n/a")},
       {"species count beyond the file", Replace(original, "5 \nspecies", "species", "77777 \n")},
       {"community count beyond the file", Replace(original, "4 \nplot1", "plot1", "2000000000 \n")},
+      // Every analysis writes the first element of arrays sized by these.
+      {"no traits", Replace(original, "3 \n", "height", "0 \n")},
+      {"no communities", Replace(original, "4 \nplot1", "plot1", "0 \n")},
+      {"no OTUs", Replace(original, "5 \n0\t", "0\t0\t0\t0\t\n", "0 \n")},
   };
   for (const Case& c : cases) {
     ASSERT_NE(c.text, original) << c.what;

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 
+#include <omp.h>
 #include <unistd.h>
 
 #include "shell/console.h"
@@ -86,3 +87,25 @@ TEST_F(ShellPreferences, WrongLetterInAYesNoItemIsSkipped) {
   EXPECT_EQ(profilePointSize, 5);
 }
 
+
+// The count given is kept and saved as it is; the threads started stay
+// within the machine, whatever a hand-edited file says.
+TEST_F(ShellPreferences, ThreadsStartedNeverExceedTheProcessors) {
+  int procs = omp_get_num_procs();
+  for (int given : {0, 1, 100000, 2147483647, -5}) {
+    nProcessors = given;
+    int threads = ThreadsToStart();
+    EXPECT_GE(threads, 1) << given;
+    EXPECT_LE(threads, procs) << given;
+    if (given == 0 || given >= procs) {
+      EXPECT_EQ(threads, procs) << given;
+    }
+  }
+  nProcessors = 1;
+  EXPECT_EQ(ThreadsToStart(), 1);
+  nProcessors = 100000;
+  WritePreferences();
+  nProcessors = 0;
+  ReadPreferences();
+  EXPECT_EQ(nProcessors, 100000);
+}

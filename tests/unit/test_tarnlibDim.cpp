@@ -1,8 +1,14 @@
 // Tests of the array family, the checked streams and the string helpers.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <climits>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "TarnLib/tarnlibDim.h"
 #include "tests/unit/test_util.h"
@@ -51,6 +57,99 @@ TEST(TarnlibDimStreams, LettersAtANumberPromptAreSkipped) {
   EXPECT_EQ(v, 12.5);
   EXPECT_EQ(ScanNumber(fp, "t", nullptr), 3.0);
   fclose(fp);
+}
+
+// The numbers that freadck1 finds in `text`, read until the end of the stream.
+static std::vector<double> TolerantNumbers(FILE* fp) {
+  std::vector<double> got;
+  double v = 0;
+  while (freadck1(fp, "%lf", &v, "t") == 1) got.push_back(v);
+  return got;
+}
+
+TEST(TarnlibDimStreams, WordsThatOpenInfOrNanLoseNoDigitOfTheNextNumber) {
+  FILE* fp = StreamOf("psi 1.5\nchi 2 nu -3 in 4 e 5 - 6 na 7 inx8 In9 n( 10 1e+x 0x 11");
+  std::vector<double> want = {1.5, 2, -3, 4, 5, 6, 7, 8, 9, 10, 1, 0, 11};
+  EXPECT_EQ(TolerantNumbers(fp), want);
+}
+
+TEST(TarnlibDimStreams, TextGluedToNumbersIsDroppedExactly) {
+  // "5e-.5" holds 5 and then -.5: the sign after the dropped "e" belongs to
+  // the second number.
+  FILE* fp = StreamOf("psi12abc3 5e-.5 -e7");
+  std::vector<double> want = {12, 3, 5, -0.5, 7};
+  EXPECT_EQ(TolerantNumbers(fp), want);
+}
+
+TEST(TarnlibDimStreams, InfAndNanAreNumbersOfTheTolerantRead) {
+  FILE* fp = StreamOf("inf nan(7) -Infinity");
+  std::vector<double> got = TolerantNumbers(fp);
+  ASSERT_EQ(got.size(), 3u);
+  EXPECT_TRUE(std::isinf(got[0]) && got[0] > 0);
+  EXPECT_TRUE(std::isnan(got[1]));
+  EXPECT_TRUE(std::isinf(got[2]) && got[2] < 0);
+}
+
+TEST(TarnlibDimStreams, WhatFollowsANumberStaysForTheNextReader) {
+  FILE* fp = StreamOf("na12e+x rest\n");
+  double v = 0;
+  ASSERT_EQ(freadck1(fp, "%lf", &v, "t"), 1);
+  EXPECT_EQ(v, 12.0);
+  char word[16];
+  ASSERT_EQ(fscanf(fp, "%15s", word), 1);
+  EXPECT_STREQ(word, "e+x");
+  fclose(fp);
+}
+
+TEST(TarnlibDimStreams, TolerantReadOfAPipeKeepsTheCharactersBehindTheNumber) {
+  // A pipe cannot seek: what was read ahead must be put back on the stream.
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  const char text[] = "chi-2.5infix 7";
+  ASSERT_EQ(write(fds[1], text, sizeof text - 1), (ssize_t)(sizeof text - 1));
+  close(fds[1]);
+  FILE* fp = fdopen(fds[0], "r");
+  std::vector<double> want = {-2.5, INFINITY, 7};
+  EXPECT_EQ(TolerantNumbers(fp), want);
+}
+
+TEST(TarnlibDimStreams, TolerantIntegersSkipTextAndSplitAtTheDecimalPoint) {
+  FILE* fp = StreamOf("nu3.7 x-2 99999999999");
+  int v = 0;
+  std::vector<int> got;
+  while (freadck1(fp, "%d", &v, "t") == 1) got.push_back(v);
+  std::vector<int> want = {3, 7, -2, INT_MAX};
+  EXPECT_EQ(got, want);
+}
+
+TEST(TarnlibDimStreams, ALongWordBeforeANumberIsSkippedWhole) {
+  FILE* fp = StreamOf(std::string(3000, 'q') + "42" + std::string(700, 'i') + "-8");
+  std::vector<double> want = {42, -8};
+  EXPECT_EQ(TolerantNumbers(fp), want);
+}
+
+TEST(TarnlibDimStreams, TextThenEndOfFileGivesNoNumber) {
+  FILE* fp = StreamOf("in na - e ");
+  double v = 0;
+  EXPECT_EQ(freadck1(fp, "%lf", &v, "t"), 0);  // the stream is closed here
+}
+
+// A full device takes the open but no byte: whether the print failed at once
+// (a long text fills the buffer) or only when the close flushed it, the
+// checked close raises code 3; a file written well closes without a word.
+TEST(TarnlibDimStreams, CheckedCloseTellsEveryFailedPrint) {
+  FILE* fp = fopen("/dev/full", "w");
+  ASSERT_NE(fp, nullptr);
+  EXPECT_LT(fprintf(fp, "%s", std::string(70000, 'x').c_str()), 0);
+  fprintf(fp, "\n");
+  EXPECT_EQ(RunGuarded([&] { fcloseck(fp); }), FAIL_PRINT);
+  fp = fopen("/dev/full", "w");
+  ASSERT_NE(fp, nullptr);
+  EXPECT_EQ(fprintf(fp, "2.385\n"), 6);  // only buffered so far
+  EXPECT_EQ(RunGuarded([&] { fcloseck(fp); }), FAIL_PRINT);
+  fp = tmpfile();
+  fprintf(fp, "2.385\n");
+  EXPECT_EQ(RunGuarded([&] { fcloseck(fp); }), 0);
 }
 
 TEST(TarnlibDimStreams, NumbersOutsideTheListOrIntervalAreReadAgain) {
