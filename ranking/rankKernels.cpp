@@ -1,0 +1,383 @@
+// Data of a trait subset search that do not depend on the subset, and the allocation-free kernels that evaluate one subset.
+// Every kernel gives, bit for bit, what the library routine it stands for gives
+// (gower_similarityAverage with a mask, FuzzyBelonging, MatrixProdMV,
+// EucliDistMV, MatrixCorr): the same operations on the same values in the same
+// order. They differ only in what they leave out: terms that add an exact zero
+// to a sum that can't be a negative zero, and work that the partition or the
+// run already fixed.
+#include <cmath>
+#include <cstring>
+
+#include "TarnLib/tarnlibCongruence.h"
+#include "TarnLib/tarnlibDim.h"
+#include "TarnLib/tarnlibNum.h"
+#include "TarnLib/tarnlibRese.h"
+#include "TarnLib/tarnlibStats.h"
+#include "ranking/rankSearch.h"
+#include "scaling/settings.h"
+#include "scaling/similarity.h"
+#include "session/session.h"
+#include "shell/preferences.h"
+#include "shell/track.h"
+
+static const double kMissing = -999.0;
+
+static int AtLeast1(int n) { return n > 0 ? n : 1; }
+
+// ---- Pairs of a resemblance matrix ----
+
+void RankPairsAlloc(RankPairs* p, long pairs) {
+  int n = AtLeast1((int)pairs);
+  p->d = dim1Double(n);
+  p->centred = dim1Double(n);
+  p->ss = 0.0;
+  p->ok = false;
+}
+
+void RankPairsFree(RankPairs* p) {
+  free1D(p->d);
+  free1D(p->centred);
+  p->d = p->centred = nullptr;
+}
+
+// The two passes of the Mantel correlation over one matrix: the sum in pair
+// order, its mean, the deviations and their sum of squares.
+void RankPairsPrepare(RankPairs* p, long pairs) {
+  p->ok = false;
+  p->ss = 0.0;
+  if (pairs < 1) return;
+  double sum = 0.0;
+  bool missing = false;
+  for (long q = 0; q < pairs; q++) {
+    missing |= p->d[q] == kMissing;
+    sum += p->d[q];
+  }
+  if (missing) return;
+  double mean = sum / pairs;
+  double ss = 0.0;
+  for (long q = 0; q < pairs; q++) {
+    double dev = p->d[q] - mean;
+    p->centred[q] = dev;
+    ss += dev * dev;
+  }
+  p->ss = ss;
+  p->ok = true;
+}
+
+void RankMatrixToPairs(int n, double** D, double* d) {
+  long q = 0;
+  for (int i = 0; i < n; i++)
+    for (int j = i + 1; j < n; j++) d[q++] = D[i][j];
+}
+
+void RankPairsToMatrix(int n, const double* d, double** D) {
+  long q = 0;
+  for (int i = 0; i < n; i++) {
+    D[i][i] = 0.0;
+    for (int j = i + 1; j < n; j++) D[i][j] = d[q++];
+  }
+}
+
+double RankMantel(int n, const RankPairs* a, const RankPairs* b, double** scratchA, double** scratchB) {
+  if (n < 2) return NAN;  // no pair of communities to compare
+  if (n == 2) {
+    double x = a->d[0], y = b->d[0];
+    return 1.0 - fabs(x - y) / Fmax(x, y);
+  }
+  long pairs = (long)n * (n - 1) / 2;
+  if (a->ok && b->ok) {
+    double r;
+    const double* centred = b->centred;
+    MatrixCorrPrepared(pairs, a->centred, a->ss, 1, &centred, &b->ss, &r);
+    return r;
+  }
+  // A missing pair on either side leaves that pair out of both means.
+  RankPairsToMatrix(n, a->d, scratchA);
+  RankPairsToMatrix(n, b->d, scratchB);
+  return MatrixCorr(n, scratchA, scratchB);
+}
+
+void RankConvertResemblance(int n, double** D, double** zero) {
+  if (rese_opt == 3 || rese_opt == 4) {
+    ProdToSqDist(n, D, D);
+    UpperToLowerMatrix(n, D);
+  } else if (rese_opt == 5) {
+    // The correlation matrix handed over is an all-zero matrix, not D: every
+    // distance becomes 2. Intended: this resemblance option gives a constant D.
+    CorrToSqDist(n, zero, D);
+  }
+}
+
+// ---- Once per run ----
+
+void RankEnvironmentPrepare(RankEnvironment* e) {
+  int n = AtLeast1(ncsm), v = AtLeast1(nenv);
+  e->Ec = dim2Double(n, v);
+  e->DE = dim2Double(n, n);
+  for (int c = 0; c < ncsm; c++)
+    for (int k = 0; k < nenv; k++) e->Ec[c][k] = env[c][k];
+  bool corrAdjusted = optEnvVarType == 2 || optEnvVarType == 4 || (optEnvVarType == 5 && temEnvQual == 0);
+  if (optEnvVarType == 1 || corrAdjusted) {
+    if (corrAdjusted) CorrAdj(ncsm, nenv, e->Ec, e->Ec);
+    EucliDistMV(ncsm, nenv, e->Ec, e->DE);
+  } else {
+    GowerMVOpt(ncsm, nenv, envVarType, e->Ec, e->DE, nullptr, nullptr, countDoubleAbsence);
+    ProbToDissim(ncsm, e->DE, e->DE);
+  }
+  e->pairs = (long)ncsm * (ncsm - 1) / 2;
+  RankPairsAlloc(&e->de, e->pairs);
+  RankMatrixToPairs(ncsm, e->DE, e->de.d);
+  RankPairsPrepare(&e->de, e->pairs);
+}
+
+void RankEnvironmentFree(RankEnvironment* e) {
+  int n = AtLeast1(ncsm);
+  free2D(e->Ec, n);
+  free2D(e->DE, n);
+  RankPairsFree(&e->de);
+}
+
+double** RankCommunityMatrix(bool unitTotals) {
+  double** W = dim2Double(AtLeast1(ncsm), AtLeast1(tcst));
+  for (int c = 0; c < ncsm; c++)
+    for (int i = 0; i < tcst; i++) W[c][i] = cadat[i][c];
+  if (unitTotals) UnitSumRowsAdjMV(ncsm, tcst, W, W);
+  return W;
+}
+
+void RankOccurrencesBuild(RankOccurrences* o, int rows, int cols, double** W) {
+  long count = 0;
+  for (int c = 0; c < rows; c++)
+    for (int k = 0; k < cols; k++)
+      if (W[c][k] != 0.0 && W[c][k] != kMissing) count++;
+  o->rows = rows;
+  o->start = dim1Dint(rows + 1);
+  o->column = dim1Dint(AtLeast1((int)count));
+  o->weight = dim1Double(AtLeast1((int)count));
+  o->missing = (bool*)dim1D(sizeof(bool), AtLeast1(rows));
+  int q = 0;
+  for (int c = 0; c < rows; c++) {
+    o->start[c] = q;
+    for (int k = 0; k < cols; k++) {
+      if (W[c][k] == kMissing) o->missing[c] = true;
+      // A zero weight times a finite belonging adds an exact zero: left out.
+      if (W[c][k] == 0.0 || W[c][k] == kMissing) continue;
+      o->column[q] = k;
+      o->weight[q++] = W[c][k];
+    }
+  }
+  o->start[rows] = q;
+}
+
+void RankOccurrencesFree(RankOccurrences* o) {
+  free1D(o->start);
+  free1D(o->column);
+  free1D(o->weight);
+  free1D(o->missing);
+}
+
+void RankCubeBuild(RankCube* c, int nTraits, int nOTUs, double*** cube) {
+  c->nTraits = nTraits;
+  c->nOTUs = nOTUs;
+  c->pairs = (long)nOTUs * (nOTUs - 1) / 2;
+  c->entry = dim2Double(AtLeast1(nTraits), AtLeast1((int)c->pairs));
+  c->present = dim2Double(AtLeast1(nTraits), AtLeast1((int)c->pairs));
+  for (int t = 0; t < nTraits; t++) {
+    long q = 0;
+    for (int i = 0; i < nOTUs; i++)
+      for (int j = i + 1; j < nOTUs; j++, q++) {
+        double x = cube[i][j][t];
+        // A missing entry adds 0 to a sum of non-negative terms: exact.
+        c->entry[t][q] = x == kMissing ? 0.0 : x;
+        c->present[t][q] = x == kMissing ? 0.0 : 1.0;
+      }
+  }
+}
+
+void RankCubeFree(RankCube* c) {
+  free2D(c->entry, AtLeast1(c->nTraits));
+  free2D(c->present, AtLeast1(c->nTraits));
+}
+
+void RankTraitPairsBuild(RankTraitPairs* tp, int rows, int nTraits, double** T) {
+  tp->nTraits = nTraits;
+  tp->pairs = (long)rows * (rows - 1) / 2;
+  tp->sq = dim2Double(AtLeast1(nTraits), AtLeast1((int)tp->pairs));
+  for (int t = 0; t < nTraits; t++) {
+    long q = 0;
+    for (int i = 0; i < rows; i++)
+      for (int j = i + 1; j < rows; j++, q++) {
+        double a = T[i][t], b = T[j][t];
+        double d = a - b;
+        tp->sq[t][q] = a == kMissing || b == kMissing ? 0.0 : d * d;
+      }
+  }
+}
+
+void RankTraitPairsFree(RankTraitPairs* tp) { free2D(tp->sq, AtLeast1(tp->nTraits)); }
+
+void RankTypesBuild(RankTypes* t, int n, int g, int* partition) {
+  t->n = n;
+  t->g = g;
+  t->group = dim1Dint(AtLeast1(n));
+  t->labels = dim1Dint(AtLeast1(n));
+  t->size = dim1Double(AtLeast1(n));
+  t->order = dim1Dint(AtLeast1(n));
+  int* distinct = dim1Dint(AtLeast1(n));
+  int nDistinct = 0;
+  CountGroupsNew(n, partition, &nDistinct, distinct);
+  for (int i = 0; i < n; i++) {
+    t->labels[i] = partition[i];
+    int found = -1;
+    for (int k = 0; k < nDistinct; k++)
+      if (distinct[k] == partition[i]) found = k;
+    t->group[i] = found < g ? found : -1;
+    if (found >= 0) t->size[found] += 1.0;
+  }
+  int q = 0;
+  for (int k = 0; k < nDistinct; k++)
+    for (int i = 0; i < n; i++)
+      if (t->labels[i] == distinct[k]) t->order[q++] = i;
+  free1D(distinct);
+}
+
+void RankTypesFree(RankTypes* t) {
+  free1D(t->group);
+  free1D(t->labels);
+  free1D(t->size);
+  free1D(t->order);
+}
+
+// ---- Per subset ----
+
+void RankSimilarity(const RankCube* c, const int* mask, double* acc, double* cnt, double** S) {
+  long pairs = c->pairs;
+  for (long q = 0; q < pairs; q++) acc[q] = cnt[q] = 0.0;
+  // Trait by trait in ascending order: each pair's sum runs in the order of
+  // the average over its traits.
+  for (int t = 0; t < c->nTraits; t++) {
+    if (mask[t] != 1) continue;
+    const double* e = c->entry[t];
+    const double* p = c->present[t];
+    for (long q = 0; q < pairs; q++) {
+      acc[q] += e[q];
+      cnt[q] += p[q];
+    }
+  }
+  long q = 0;
+  int n = c->nOTUs;
+  for (int i = 0; i < n; i++) {
+    S[i][i] = 1.0;
+    for (int j = i + 1; j < n; j++, q++) S[i][j] = S[j][i] = cnt[q] > 0.0 ? acc[q] / cnt[q] : kMissing;
+  }
+}
+
+// OTUs of one type that are identical (similarity 1 within one float step)
+// to an earlier unflagged one are flagged, rep = that one (1-based), and
+// leave their type's size. Only pairs within a type can be identical.
+static bool FlagIdenticals(const RankTypes* t, double** S, double* size, char* flag, int* rep) {
+  bool any = false;
+  int n = t->n;
+  for (int a = 0; a < n; a++) {
+    int i = t->order[a];
+    if (flag[i]) continue;
+    for (int b = a + 1; b < n && t->labels[t->order[b]] == t->labels[i]; b++) {
+      int j = t->order[b];
+      double s = S[i][j];
+      if (flag[j] || !(fabs(s - 1.0) < 1e-6) || !AlmostEqual2sComplement(s, 1.0, 1)) continue;
+      flag[j] = 1;
+      rep[j] = i + 1;
+      if (t->group[i] >= 0) size[t->group[i]] -= 1.0;
+      any = true;
+    }
+  }
+  return any;
+}
+
+void RankBelonging(const RankTypes* t, double** S, double** U, double* work, char* flag, int* rep) {
+  int n = t->n, g = t->g;
+  double* size = work;          // [g]
+  double* ut = work + n;        // [g][n], types as rows
+  for (int k = 0; k < g; k++) size[k] = t->size[k];
+  for (int i = 0; i < n; i++) {
+    flag[i] = 0;
+    rep[i] = i + 1;
+  }
+  UpperToLowerMatrix(n, S);
+  bool isDissimilarity = reseCSTopt != 1;
+  for (long q = 0; q < (long)g * n; q++) ut[q] = 0.0;
+  if (!FlagIdenticals(t, S, size, flag, rep)) {
+    // No identical OTUs: every j counts for every i. Row j of S holds S[i][j]
+    // for all i, so the sum for (i, type of j) runs over j in ascending order.
+    for (int j = 0; j < n; j++) {
+      int k = t->group[j];
+      if (k < 0) continue;
+      const double* s = S[j];
+      double* u = ut + (long)k * n;
+      double divisor = size[k];
+      for (int i = 0; i < n; i++) {
+        double x = s[i];
+        double term = (isDissimilarity ? 1.0 - x : x) / divisor;
+        u[i] += x == kMissing ? 0.0 : term;
+      }
+    }
+  } else {
+    for (int i = 0; i < n; i++)
+      for (int j = 0; j < n; j++) {
+        if (j != i && (flag[j] || rep[i] == rep[j])) continue;
+        int k = t->group[j];
+        double x = S[i][j];
+        if (k < 0 || x == kMissing) continue;
+        ut[(long)k * n + i] += (isDissimilarity ? 1.0 - x : x) / size[k];
+      }
+  }
+  for (int i = 0; i < n; i++)
+    for (int k = 0; k < g; k++) U[i][k] = ut[(long)k * n + i];
+  UnitSumRowsAdjMV(n, g, U, U);
+}
+
+void RankProduct(const RankOccurrences* o, int g, double** U, double** X) {
+  for (int c = 0; c < o->rows; c++) {
+    double* x = X[c];
+    for (int k = 0; k < g; k++) x[k] = 0.0;
+    for (int q = o->start[c]; q < o->start[c + 1]; q++) {
+      double w = o->weight[q];
+      const double* u = U[o->column[q]];
+      for (int k = 0; k < g; k++) x[k] += w * u[k];
+    }
+    if (o->missing[c])
+      for (int k = 0; k < g; k++)
+        if (x[k] == 0.0) x[k] = kMissing;
+  }
+}
+
+void RankEuclidPairs(int rows, int g, double** X, double* xt, double* acc, double* d) {
+  for (int k = 0; k < g; k++)
+    for (int c = 0; c < rows; c++) xt[(long)k * rows + c] = X[c][k];
+  long q = 0;
+  for (int i = 0; i < rows - 1; i++) {
+    for (int j = i + 1; j < rows; j++) acc[j] = 0.0;
+    for (int k = 0; k < g; k++) {
+      const double* col = xt + (long)k * rows;
+      double a = col[i];
+      for (int j = i + 1; j < rows; j++) {
+        double b = col[j];
+        double diff = a - b;
+        // A term with -999 on either side is left out: it adds an exact 0.
+        acc[j] += (a == kMissing || b == kMissing) ? 0.0 : diff * diff;
+      }
+    }
+    for (int j = i + 1; j < rows; j++) d[q++] = acc[j] > 0.0 ? sqrt(acc[j]) : 0.0;
+  }
+}
+
+void RankTraitDistances(const RankTraitPairs* tp, const int* mask, double* d) {
+  long pairs = tp->pairs;
+  for (long q = 0; q < pairs; q++) d[q] = 0.0;
+  for (int t = 0; t < tp->nTraits; t++) {
+    if (mask[t] != 1) continue;
+    const double* s = tp->sq[t];
+    for (long q = 0; q < pairs; q++) d[q] += s[q];
+  }
+  for (long q = 0; q < pairs; q++) d[q] = d[q] > 0.0 ? sqrt(d[q]) : 0.0;
+}

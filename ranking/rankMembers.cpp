@@ -1,0 +1,419 @@
+// The three members of the subset search for assembly patterns: r(TE) (criterion 10), r(XE) (criterion 1) and r(XE.T) (criterion 9), under Mantel, Procrustes and RV.
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+#include <ctime>
+
+#include "TarnLib/tarnlibCongruence.h"
+#include "TarnLib/tarnlibDim.h"
+#include "TarnLib/tarnlibRandom.h"
+#include "TarnLib/tarnlibRese.h"
+#include "TarnLib/tarnlibStats.h"
+#include "ranking/ranking.h"
+#include "ranking/rankSearch.h"
+#include "scaling/community.h"
+#include "scaling/scalingUp.h"
+#include "scaling/settings.h"
+#include "scaling/similarity.h"
+#include "session/formda.h"
+#include "session/session.h"
+#include "shell/preferences.h"
+#include "shell/shell.h"
+#include "shell/track.h"
+
+static int AtLeast1(int n) { return n > 0 ? n : 1; }
+
+// ---- Run data ----
+
+static RankThreadWork* AllocThreadWork(const RankRun* run) {
+  int n = AtLeast1(ncsm), o = AtLeast1(tcst), p = AtLeast1(nch);
+  RankThreadWork* w = (RankThreadWork*)dim1D(sizeof(RankThreadWork), 1);
+  long otuPairs = (long)tcst * (tcst - 1) / 2;
+  w->acc = dim1Double(AtLeast1((int)otuPairs));
+  w->cnt = dim1Double(AtLeast1((int)otuPairs));
+  w->S = dim2Double(o, o);
+  w->U = dim2Double(o, o);
+  w->belongWork = dim1Double((o + 1) * o);
+  w->flag = dim1Dchar(o);
+  w->rep = dim1Dint(o);
+  w->X = dim2Double(n, o);
+  w->Xn = dim2Double(n, o);
+  w->xt = dim1Double(o * n);
+  w->rowAcc = dim1Double(n);
+  w->T = dim2Double(n, p);
+  w->D = dim2Double(n, n);
+  w->zero = dim2Double(n, n);
+  w->scratchA = dim2Double(n, n);
+  w->scratchB = dim2Double(n, n);
+  RankPairsAlloc(&w->dt, run->env.pairs);
+  RankPairsAlloc(&w->dx, run->env.pairs);
+  return w;
+}
+
+static void FreeThreadWork(RankThreadWork* w) {
+  int n = AtLeast1(ncsm), o = AtLeast1(tcst);
+  free1D(w->acc);
+  free1D(w->cnt);
+  free2D(w->S, o);
+  free2D(w->U, o);
+  free1D(w->belongWork);
+  free1D(w->flag);
+  free1D(w->rep);
+  free2D(w->X, n);
+  free2D(w->Xn, n);
+  free1D(w->xt);
+  free1D(w->rowAcc);
+  free2D(w->T, n);
+  free2D(w->D, n);
+  free2D(w->zero, n);
+  free2D(w->scratchA, n);
+  free2D(w->scratchB, n);
+  RankPairsFree(&w->dt);
+  RankPairsFree(&w->dx);
+  free1D(w);
+}
+
+// T of all traits at once: each column of the masked product and of its
+// normalisation depends on that trait alone, so a subset's T is a choice of
+// columns. `plain` normalises as NormalizeCols, otherwise as NormalizeColsMV.
+static void TraitAveragesAllTraits(RankRun* run, bool plain) {
+  int n = AtLeast1(ncsm), o = AtLeast1(tcst), p = AtLeast1(nch);
+  run->B = dim2Double(o, p);
+  for (int i = 0; i < tcst; i++)
+    for (int t = 0; t < nch; t++) run->B[i][t] = weight[t] > 0 ? csm_Float[i][t] : 0.0;
+  int* all = dim1Dint(p);
+  for (int t = 0; t < nch; t++) all[t] = 1;
+  run->Tall = dim2Double(n, p);
+  MatrixProdSelectMV(ncsm, tcst, tcst, nch, run->W2, run->B, run->Tall, all);
+  run->Traw = dim2Double(n, p);
+  CopyMatrix(ncsm, nch, run->Tall, run->Traw);
+  if (plain)
+    NormalizeCols(ncsm, nch, run->Tall, run->Tall);
+  else
+    NormalizeColsMV(ncsm, nch, run->Tall, run->Tall);
+  free1D(all);
+  RankTraitPairsBuild(&run->tpairs, ncsm, nch, run->Tall);
+}
+
+// Similarities per trait and what the partition of OTUs fixes.
+static void TypesAndSimilarities(RankRun* run) {
+  int o = AtLeast1(tcst), p = AtLeast1(nch);
+  double*** cube = dim3Double(o, o, p);
+  gower_similarityPartial(nch, csm_Float, tcst, cube, chtype, chrange, weight);
+  RankCubeBuild(&run->cube, nch, tcst, cube);
+  free3D(cube, o, o);
+  if (reseCSTopt == 2) {
+    run->Brange = dim2Double(o, p);
+    RangeColsAdjMV(tcst, nch, run->Brange, csm_Float);
+  }
+  RankTypesBuild(&run->types, tcst, nMaxCSTGroupsChRank, partition_OTUs);
+  run->C = dim2Double(o, AtLeast1(nMaxCSTGroupsChRank));
+  CrispBelonging(tcst, nMaxCSTGroupsChRank, partition_OTUs, run->C);
+  RankOccurrencesBuild(&run->occ, ncsm, tcst, run->W1);
+}
+
+void RankRunPrepare(RankRun* run, int member) {
+  memset(run, 0, sizeof *run);
+  time0 = time(nullptr);
+  run->member = member;
+  RankEnvironmentPrepare(&run->env);
+  run->W1 = RankCommunityMatrix(optUnitTotalAdjust2);
+  run->W2 = RankCommunityMatrix(optUnitTotalAdjust1);
+  if (member != 10) RangeStates(nch, tcst, csm_Float, chtype, chrange);
+  if (member != 1) TraitAveragesAllTraits(run, member == 9);
+  if (member != 10) TypesAndSimilarities(run);
+  run->nThreads = RankThreads(saveStruct == 'y');
+  run->work = (RankThreadWork**)dim1D(sizeof(RankThreadWork*), run->nThreads);
+  for (int t = 0; t < run->nThreads; t++) run->work[t] = AllocThreadWork(run);
+}
+
+void RankRunFree(RankRun* run) {
+  int n = AtLeast1(ncsm), o = AtLeast1(tcst);
+  for (int t = 0; t < run->nThreads; t++) FreeThreadWork(run->work[t]);
+  free1D(run->work);
+  RankEnvironmentFree(&run->env);
+  free2D(run->W1, n);
+  free2D(run->W2, n);
+  if (run->B != nullptr) {
+    free2D(run->B, o);
+    free2D(run->Tall, n);
+    free2D(run->Traw, n);
+    RankTraitPairsFree(&run->tpairs);
+  }
+  if (run->types.group != nullptr) {
+    RankCubeFree(&run->cube);
+    RankTypesFree(&run->types);
+    free2D(run->C, o);
+    RankOccurrencesFree(&run->occ);
+  }
+  if (run->Brange != nullptr) free2D(run->Brange, o);
+}
+
+// ---- Pieces of an evaluation ----
+
+// The subset's T: its columns of the normalised T of all traits, 0 elsewhere.
+static void SubsetT(const RankRun* run, const int* mask, double** T) {
+  for (int c = 0; c < ncsm; c++)
+    for (int t = 0; t < nch; t++) T[c][t] = mask[t] == 1 ? run->Tall[c][t] : 0.0;
+}
+
+// Resemblance between communities from `cols` columns of M by rese_opt, with
+// its conversions, into the pairs of *p, prepared.
+static void CommunityResemblance(const RankRun* run, RankThreadWork* w, double** M, int cols, int option,
+                                 RankPairs* p) {
+  if (option == 6 || option == 7) {
+    RankEuclidPairs(ncsm, cols, M, w->xt, w->rowAcc, p->d);
+  } else if (option == 10) {
+    NormalizeRowsMV(ncsm, cols, M, w->Xn);
+    RankEuclidPairs(ncsm, cols, w->Xn, w->xt, w->rowAcc, p->d);
+  } else {
+    // Other options write nothing into D: it keeps what it held.
+    if (option == 8 || option == 9) AbsValFunctionMV(ncsm, cols, M, w->D);
+    RankConvertResemblance(ncsm, w->D, w->zero);
+    RankMatrixToPairs(ncsm, w->D, p->d);
+  }
+  RankPairsPrepare(p, run->env.pairs);
+}
+
+// DT of the subset (Euclidean), with the conversions of rese_opt.
+static void SubsetDT(const RankRun* run, RankThreadWork* w, const int* mask) {
+  RankTraitDistances(&run->tpairs, mask, w->dt.d);
+  if (rese_opt >= 3 && rese_opt <= 5) {
+    RankPairsToMatrix(ncsm, w->dt.d, w->D);
+    RankConvertResemblance(ncsm, w->D, w->zero);
+    RankMatrixToPairs(ncsm, w->D, w->dt.d);
+  }
+  RankPairsPrepare(&w->dt, run->env.pairs);
+}
+
+// S between OTUs over the subset's traits.
+static void SubsetSimilarity(const RankRun* run, RankThreadWork* w, const int* mask) {
+  if (reseCSTopt == 2)
+    EucliDistMVSelect(tcst, nch, run->Brange, w->S, const_cast<int*>(mask));
+  else
+    RankSimilarity(&run->cube, mask, w->acc, w->cnt, w->S);
+}
+
+// U and X for g types; returns U.
+static double** SubsetComposition(const RankRun* run, RankThreadWork* w, int g) {
+  double** U = run->C;
+  if (fuzzy == 3) {
+    RankBelonging(&run->types, w->S, w->U, w->belongWork, w->flag, w->rep);
+    U = w->U;
+  }
+  RankProduct(&run->occ, g, U, w->X);
+  return U;
+}
+
+// The types loop: g from 2 to tcst, evaluated within the limits. The limits
+// are the user's number of types, so one g passes; a single type passes none.
+// With one trait the loop ends after an evaluation unless the trait is
+// quantitative and has more states than g.
+template <typename Pass>
+static void TypesLoop(const RankSubset* s, RankResult* result, Pass pass) {
+  for (int g = 2; g <= tcst; g++) {
+    if (g > nMaxCSTGroupsChRank) break;
+    if (g < nMinCSTGroupsChRank) continue;
+    // Only the user's partition is known to the run: its g is the one that passes.
+    if (g != nMaxCSTGroupsChRank) continue;
+    pass(g);
+    result->evaluated = true;
+    result->groups = g;
+    if (s->k == 1 && (s->firstType != 3 || g == s->firstStates)) break;
+  }
+}
+
+// ---- Members' evaluations ----
+
+static void EvaluateTCAP(void* context, int thread, const RankSubset* s, RankResult* result, FILE* companion) {
+  RankRun* run = (RankRun*)context;
+  RankThreadWork* w = run->work[thread];
+  double value;
+  if (opt_ro == 1) {
+    SubsetDT(run, w, s->mask);
+    value = RankMantel(ncsm, &run->env.de, &w->dt, w->scratchA, w->scratchB);
+  } else {
+    SubsetT(run, s->mask, w->T);
+    value = opt_ro == 3 ? RVcoeff(ncsm, nenv, nch, run->env.Ec, w->T)
+                        : ProcrustesCoeff(ncsm, nenv, nch, run->env.Ec, w->T);
+  }
+  result->evaluated = true;
+  result->value = value;
+  result->groups = 0;
+  if (companion != nullptr) RankCompanionTCAP(companion, run, w, s, value);
+}
+
+static void EvaluateTDAP_TCAP(void* context, int thread, const RankSubset* s, RankResult* result,
+                              FILE* companion) {
+  RankRun* run = (RankRun*)context;
+  RankThreadWork* w = run->work[thread];
+  SubsetSimilarity(run, w, s->mask);
+  TypesLoop(s, result, [&](int g) {
+    double** U = SubsetComposition(run, w, g);
+    double value;
+    if (opt_ro == 1) {
+      CommunityResemblance(run, w, w->X, g, rese_opt, &w->dx);
+      value = RankMantel(ncsm, &run->env.de, &w->dx, w->scratchA, w->scratchB);
+    } else {
+      value = opt_ro == 3 ? RVcoeff(ncsm, nenv, g, run->env.Ec, w->X)
+                          : ProcrustesCoeff(ncsm, nenv, g, run->env.Ec, w->X);
+    }
+    result->value = value;
+    if (companion != nullptr) RankCompanionTDAP_TCAP(companion, run, w, s, g, U, value);
+  });
+}
+
+static void EvaluateTDAP(void* context, int thread, const RankSubset* s, RankResult* result, FILE* companion) {
+  RankRun* run = (RankRun*)context;
+  RankThreadWork* w = run->work[thread];
+  SubsetDT(run, w, s->mask);
+  // ro(TE) by Mantel whatever the correlation measure: it fills the lines.
+  double rTE = RankMantel(ncsm, &run->env.de, &w->dt, w->scratchA, w->scratchB);
+  SubsetSimilarity(run, w, s->mask);
+  TypesLoop(s, result, [&](int g) {
+    double** U = SubsetComposition(run, w, g);
+    double rXE = 0.0, rXT = 0.0, value;
+    if (opt_ro == 1) {
+      CommunityResemblance(run, w, w->X, g, rese_opt, &w->dx);
+      rXE = RankMantel(ncsm, &run->env.de, &w->dx, w->scratchA, w->scratchB);
+      rXT = RankMantel(ncsm, &w->dt, &w->dx, w->scratchA, w->scratchB);
+      value = PartialCorrelation(rXE, rXT, rTE);
+    } else {
+      SubsetT(run, s->mask, w->T);
+      value = PartialMatrixCorrelation(ncsm, tcst, nenv, w->X, run->env.Ec, opt_ro, overfitFactorPCARegr, 1, nch,
+                                       s->mask, w->T);
+    }
+    result->value = value;
+    result->part[0] = rTE;
+    result->part[1] = rXE;
+    result->part[2] = rXT;
+    result->part[3] = value;
+    if (companion != nullptr) RankCompanionTDAP(companion, run, w, s, g, U, result->part);
+  });
+}
+
+// ---- Intermediate lines ----
+
+static void LineTCAP(FILE* f, const RankResult* r) { fprintf(f, "%g\t", r->value); }
+
+static void LineTDAP_TCAP(FILE* f, const RankResult* r) { fprintf(f, "%-*.*g\t", sDigits + 6, sDigits, r->value); }
+
+static void LineTDAP(FILE* f, const RankResult* r) {
+  const char* format = opt_ro == 1 ? "ro(TE)=\t%g\tro(XE)=\t%g\tro(XT)=\t%g\tro(XE.T)=\t%g\tTraits:\t"
+                                   : "r(TE)=\t%g\tro(XE)=\t%g\tro(XT)=\t%g\tro(XE.T)=\t%g\tTraits:\t";
+  fprintf(f, format, r->part[0], r->part[1], r->part[2], r->part[3]);
+}
+
+// ---- Headers ----
+
+static void HeaderTCAP(FILE* f) {
+  RankReportTop(f);
+  fprintf(f, "\nTrait-based approach: %s\n", traitBasedOptInfo[1]);
+  fprintf(f, "Trait ranking criterion (TRC): %s\n", OptStructText(opt_struct));
+  fprintf(f, "Correlation measure: %s\n", opt_roInfo[opt_ro - 1]);
+  fprintf(f, "Ranking algorithm: %s\n", rankingAlgorithmInfo[rankingAlgorithm - 1]);
+  RankReportTraits(f);
+  RankReportResemblance(f);
+}
+
+static void HeaderTDAP_TCAP(FILE* f) {
+  RankReportTop(f);
+  fprintf(f, "Trait ranking criterion (TRC): %s\n", OptStructText(opt_struct));
+  fprintf(f, "Correlation measure: %s\n", opt_roInfo[opt_ro - 1]);
+  fprintf(f, "Pooling of OTUs: %s\n", poolCSToptInfo[1]);
+  RankReportPartition(f);
+  fprintf(f, "Gower similarity index modified to count matching absences in binary traits? %s\n",
+          YesNotInfo[countDoubleAbsence != 0]);
+  fprintf(f, "Ranking algorithm: %s\n", rankingAlgorithmInfo[rankingAlgorithm - 1]);
+  fprintf(f, "Fuzzy transformation: %s\n", fuzzyInfo[fuzzy]);
+  RankReportResemblance(f);
+  RankReportTraits(f);
+  RankReportIntermediateHeading(f);
+}
+
+static void HeaderTDAP(FILE* f) {
+  RankReportTop(f);
+  fprintf(f, "Trait-based approach: %s\n", traitBasedOptInfo[0]);
+  fprintf(f, optUnitTotalAdjust1
+                 ? "Community data matrix W adjusted to unit totals prior to trait convergence evaluation.\n"
+                 : "Community data matrix W NOT adjusted to unit totals prior to trait convergence evaluation.\n");
+  fprintf(f, optUnitTotalAdjust2 ? "Community data matrix W adjusted to unit totals prior to evaluation.\n"
+                                 : "Community data matrix W NOT adjusted to unit totals prior to evaluation.\n");
+  fprintf(f, "Trait ranking criterion (TRC): %s\n", OptStructText(opt_struct));
+  fprintf(f, "Correlation measure: %s\n", opt_roInfo[opt_ro - 1]);
+  fprintf(f, "Pooling of OTUs: %s\n", poolCSToptInfo[1]);
+  RankReportPartition(f);
+  fprintf(f, "Resemblance function between OTUs: %s\n", reseCSToptInfo[reseCSTopt == 2 ? 1 : 0]);
+  if (reseCSTopt == 1)
+    fprintf(f, "Gower similarity modified to count matching absences in binary traits? %s\n",
+            YesNotInfo[countDoubleAbsence != 0]);
+  fprintf(f, "Ranking algorithm: %s\n", rankingAlgorithmInfo[rankingAlgorithm - 1]);
+  RankReportTraits(f);
+  fprintf(f, "Fuzzy transformation: %s\n", fuzzyInfo[fuzzy]);
+  RankReportResemblance(f);
+  if (opt_ro != 1)
+    fprintf(f,
+            "For partial matrix correlations, the factor (f) for limiting the number of predictors in PCA "
+            "regression in relation to sample size n (number of predictors = n/f): %g\n",
+            overfitFactorPCARegr);
+  RankReportIntermediateHeading(f);
+}
+
+static const char* TDAPHeading() {
+  if (opt_ro == 3)
+    return "\n\nTrait subsets with maximum partial congruence in RV r(XE.T):\nTRC\toptimal subset of traits\n";
+  if (opt_ro == 2)
+    return "\n\nTrait subsets with maximum partial congruence in a symmetric Procrustes rotation r(XE.T):\n"
+           "TRC\toptimal subset of traits\n";
+  return "\n\nTrait subsets with maximum partial Mantel correlation ro(XE.T):\nTRC\toptimal subset of traits\n";
+}
+
+// ---- The members ----
+
+// The run common to the three: files, header, search, final lists.
+static void RunMember(int member, RankMember* m, void (*header)(FILE*), const char* heading) {
+  RankRun run;
+  if (member == 9) InitRndNumberGenerator((unsigned long)time(nullptr));  // no step draws on it
+  FILE* companion = nullptr;
+  if (saveStruct == 'y') {
+    companion = fopenck(whichStructures, volumeName, "w");
+    if (companion == nullptr) FailJump(FAIL_OPEN);
+  }
+  RankRunPrepare(&run, member);
+  RankTable table;
+  RankTableAlloc(&table, nKeepTrack + 1, nch);
+  RankBest best;
+  RankBestAlloc(&best, nch, m->startValue);
+  long long total = 0;
+  for (int k = nMinTraitsChRank; k <= nMaxTraitsChRank; k++) total += RankCombinations(nch, k);
+  FILE* f = fopenck(whichChorder, volumeName, "w");
+  if (f == nullptr) FailJump(FAIL_OPEN);
+  header(f);
+  if (companion != nullptr) RankCompanionStart(companion, &run);
+  m->context = &run;
+  RankSearchRun(m, run.nThreads, f, companion, &table, &best, total);
+  RankReportEnd(f, m, &table, &best, heading);
+  fclose(f);
+  if (companion != nullptr) fclose(companion);
+  RankBestFree(&best, nch);
+  RankTableFree(&table);
+  RankRunFree(&run);
+}
+
+void ChRankTCAP() {
+  nKeepTrack = 100;
+  RankMember m = {-DBL_MAX, false, false, EvaluateTCAP, LineTCAP, nullptr};
+  RunMember(10, &m, HeaderTCAP, nullptr);
+}
+
+void ChRankTDAP_TCAP() {
+  nKeepTrack = 100;
+  RankMember m = {-DBL_MAX, false, false, EvaluateTDAP_TCAP, LineTDAP_TCAP, nullptr};
+  RunMember(1, &m, HeaderTDAP_TCAP, nullptr);
+}
+
+void ChRankTDAP() {
+  nKeepTrack = 100;
+  RankMember m = {0.0, true, true, EvaluateTDAP, LineTDAP, nullptr};
+  RunMember(9, &m, HeaderTDAP, TDAPHeading());
+}
