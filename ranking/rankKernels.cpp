@@ -22,6 +22,10 @@
 
 static const double kMissing = -999.0;
 
+// The loops over pairs are compiled twice, for AVX2 and for any processor,
+// and the loader picks one: the same operations in the same order either way.
+#define RANK_LANES __attribute__((target_clones("avx2", "default")))
+
 static int AtLeast1(int n) { return n > 0 ? n : 1; }
 
 // ---- Pairs of a resemblance matrix ----
@@ -32,6 +36,7 @@ void RankPairsAlloc(RankPairs* p, long pairs) {
   p->centred = dim1Double(n);
   p->ss = 0.0;
   p->ok = false;
+  p->summed = false;
 }
 
 void RankPairsFree(RankPairs* p) {
@@ -46,14 +51,19 @@ void RankPairsPrepare(RankPairs* p, long pairs) {
   p->ok = false;
   p->ss = 0.0;
   if (pairs < 1) return;
-  double sum = 0.0;
-  bool missing = false;
-  for (long q = 0; q < pairs; q++) {
-    missing |= p->d[q] == kMissing;
-    sum += p->d[q];
+  if (!p->summed) {
+    double sum = 0.0;
+    bool missing = false;
+    for (long q = 0; q < pairs; q++) {
+      missing |= p->d[q] == kMissing;
+      sum += p->d[q];
+    }
+    p->sum = sum;
+    p->missing = missing;
   }
-  if (missing) return;
-  double mean = sum / pairs;
+  p->summed = false;
+  if (p->missing) return;
+  double mean = p->sum / pairs;
   double ss = 0.0;
   for (long q = 0; q < pairs; q++) {
     double dev = p->d[q] - mean;
@@ -64,7 +74,47 @@ void RankPairsPrepare(RankPairs* p, long pairs) {
   p->ok = true;
 }
 
-void RankMatrixToPairs(int n, double** D, double* d) {
+double RankMantelWith(int n, const RankPairs* a, RankPairs* b, double** scratchA, double** scratchB) {
+  long pairs = n >= 2 ? (long)n * (n - 1) / 2 : 0;
+  if (n < 3 || !a->ok) {
+    RankPairsPrepare(b, pairs);
+    return RankMantel(n, a, b, scratchA, scratchB);
+  }
+  if (!b->summed) {
+    double sum = 0.0;
+    bool missing = false;
+    for (long q = 0; q < pairs; q++) {
+      missing |= b->d[q] == kMissing;
+      sum += b->d[q];
+    }
+    b->sum = sum;
+    b->missing = missing;
+  }
+  b->summed = false;
+  b->ok = false;
+  if (b->missing) {
+    b->ss = 0.0;
+    return RankMantel(n, a, b, scratchA, scratchB);
+  }
+  // The sum of squares and the cross products side by side, each in pair
+  // order: what the two separate passes would give.
+  double mean = b->sum / pairs;
+  double ss = 0.0, cross = 0.0;
+  const double* ca = a->centred;
+  for (long q = 0; q < pairs; q++) {
+    double dev = b->d[q] - mean;
+    b->centred[q] = dev;
+    ss += dev * dev;
+    cross += ca[q] * dev;
+  }
+  b->ss = ss;
+  b->ok = true;
+  return (a->ss == 0.0 || ss == 0.0) ? 0.0 : cross / sqrt(a->ss * ss);
+}
+
+void RankMatrixToPairs(int n, double** D, RankPairs* p) {
+  double* d = p->d;
+  p->summed = false;
   long q = 0;
   for (int i = 0; i < n; i++)
     for (int j = i + 1; j < n; j++) d[q++] = D[i][j];
@@ -126,7 +176,7 @@ void RankEnvironmentPrepare(RankEnvironment* e) {
   }
   e->pairs = (long)ncsm * (ncsm - 1) / 2;
   RankPairsAlloc(&e->de, e->pairs);
-  RankMatrixToPairs(ncsm, e->DE, e->de.d);
+  RankMatrixToPairs(ncsm, e->DE, &e->de);
   RankPairsPrepare(&e->de, e->pairs);
 }
 
@@ -250,20 +300,48 @@ void RankTypesFree(RankTypes* t) {
 
 // ---- Per subset ----
 
-void RankSimilarity(const RankCube* c, const int* mask, double* acc, double* cnt, double** S) {
-  long pairs = c->pairs;
-  for (long q = 0; q < pairs; q++) acc[q] = cnt[q] = 0.0;
-  // Trait by trait in ascending order: each pair's sum runs in the order of
-  // the average over its traits.
-  for (int t = 0; t < c->nTraits; t++) {
-    if (mask[t] != 1) continue;
-    const double* e = c->entry[t];
-    const double* p = c->present[t];
-    for (long q = 0; q < pairs; q++) {
-      acc[q] += e[q];
-      cnt[q] += p[q];
+void RankPrefixAlloc(RankPrefix* p, int nTraits, long length) {
+  p->nTraits = nTraits;
+  p->length = length;
+  p->valid = 0;
+  p->traits = dim1Dint(AtLeast1(nTraits));
+  p->level = dim2Double(AtLeast1(nTraits), AtLeast1((int)length));
+}
+
+void RankPrefixFree(RankPrefix* p) {
+  free1D(p->traits);
+  free2D(p->level, AtLeast1(p->nTraits));
+}
+
+// Subsets met one after the other share their first traits, mostly all but
+// the last: the running sums after each of those traits are kept, and only
+// the levels past the shared part are added again. Each level adds one
+// trait to the one before, so every sum runs over the traits in ascending
+// order, as a plain loop over them would.
+RANK_LANES const double* RankPrefixSum(RankPrefix* p, double** rows, const int* list, int k) {
+  int shared = 0;
+  while (shared < k && shared < p->valid && p->traits[shared] == list[shared] - 1) shared++;
+  long length = p->length;
+  for (int j = shared; j < k; j++) {
+    int t = list[j] - 1;
+    const double* add = rows[t];
+    double* to = p->level[j];
+    if (j == 0) {
+      for (long q = 0; q < length; q++) to[q] = 0.0 + add[q];
+    } else {
+      const double* from = p->level[j - 1];
+      for (long q = 0; q < length; q++) to[q] = from[q] + add[q];
     }
+    p->traits[j] = t;
   }
+  p->valid = k;
+  return p->level[k - 1];
+}
+
+RANK_LANES void RankSimilarity(const RankCube* c, const RankSubset* s, RankPrefix* entries, RankPrefix* counts,
+                    double** S) {
+  const double* acc = RankPrefixSum(entries, c->entry, s->list, s->k);
+  const double* cnt = RankPrefixSum(counts, c->present, s->list, s->k);
   long q = 0;
   int n = c->nOTUs;
   for (int i = 0; i < n; i++) {
@@ -294,7 +372,7 @@ static bool FlagIdenticals(const RankTypes* t, double** S, double* size, char* f
   return any;
 }
 
-void RankBelonging(const RankTypes* t, double** S, double** U, double* work, char* flag, int* rep) {
+RANK_LANES void RankBelonging(const RankTypes* t, double** S, bool mirror, double** U, double* work, char* flag, int* rep) {
   int n = t->n, g = t->g;
   double* size = work;          // [g]
   double* ut = work + n;        // [g][n], types as rows
@@ -303,7 +381,7 @@ void RankBelonging(const RankTypes* t, double** S, double** U, double* work, cha
     flag[i] = 0;
     rep[i] = i + 1;
   }
-  UpperToLowerMatrix(n, S);
+  if (mirror) UpperToLowerMatrix(n, S);
   bool isDissimilarity = reseCSTopt != 1;
   for (long q = 0; q < (long)g * n; q++) ut[q] = 0.0;
   if (!FlagIdenticals(t, S, size, flag, rep)) {
@@ -336,7 +414,7 @@ void RankBelonging(const RankTypes* t, double** S, double** U, double* work, cha
   UnitSumRowsAdjMV(n, g, U, U);
 }
 
-void RankProduct(const RankOccurrences* o, int g, double** U, double** X) {
+RANK_LANES void RankProduct(const RankOccurrences* o, int g, double** U, double** X) {
   for (int c = 0; c < o->rows; c++) {
     double* x = X[c];
     for (int k = 0; k < g; k++) x[k] = 0.0;
@@ -351,33 +429,60 @@ void RankProduct(const RankOccurrences* o, int g, double** U, double** X) {
   }
 }
 
-void RankEuclidPairs(int rows, int g, double** X, double* xt, double* acc, double* d) {
+RANK_LANES void RankEuclidPairs(int rows, int g, double** X, double* xt, double* acc, RankPairs* p) {
+  double* d = p->d;
+  double sum = 0.0;
+  bool missing = false;
   for (int k = 0; k < g; k++)
-    for (int c = 0; c < rows; c++) xt[(long)k * rows + c] = X[c][k];
+    for (int c = 0; c < rows; c++) {
+      double x = X[c][k];
+      missing |= x == kMissing;
+      xt[(long)k * rows + c] = x;
+    }
   long q = 0;
   for (int i = 0; i < rows - 1; i++) {
     for (int j = i + 1; j < rows; j++) acc[j] = 0.0;
     for (int k = 0; k < g; k++) {
       const double* col = xt + (long)k * rows;
       double a = col[i];
-      for (int j = i + 1; j < rows; j++) {
-        double b = col[j];
-        double diff = a - b;
-        // A term with -999 on either side is left out: it adds an exact 0.
-        acc[j] += (a == kMissing || b == kMissing) ? 0.0 : diff * diff;
+      if (missing) {
+        for (int j = i + 1; j < rows; j++) {
+          double b = col[j];
+          double diff = a - b;
+          // A term with -999 on either side is left out: it adds an exact 0.
+          acc[j] += (a == kMissing || b == kMissing) ? 0.0 : diff * diff;
+        }
+      } else {
+        for (int j = i + 1; j < rows; j++) {
+          double diff = a - col[j];
+          acc[j] += diff * diff;
+        }
       }
     }
-    for (int j = i + 1; j < rows; j++) d[q++] = acc[j] > 0.0 ? sqrt(acc[j]) : 0.0;
+    for (int j = i + 1; j < rows; j++) {
+      double x = acc[j] > 0.0 ? sqrt(acc[j]) : 0.0;
+      d[q++] = x;
+      sum += x;
+    }
   }
+  // Distances are never -999: the sum of the pairs is all a Mantel
+  // correlation needs of this pass.
+  p->sum = sum;
+  p->missing = false;
+  p->summed = true;
 }
 
-void RankTraitDistances(const RankTraitPairs* tp, const int* mask, double* d) {
+RANK_LANES void RankTraitDistances(const RankTraitPairs* tp, const RankSubset* s, RankPrefix* sums, RankPairs* p) {
+  const double* squares = RankPrefixSum(sums, tp->sq, s->list, s->k);
   long pairs = tp->pairs;
-  for (long q = 0; q < pairs; q++) d[q] = 0.0;
-  for (int t = 0; t < tp->nTraits; t++) {
-    if (mask[t] != 1) continue;
-    const double* s = tp->sq[t];
-    for (long q = 0; q < pairs; q++) d[q] += s[q];
+  double* d = p->d;
+  double sum = 0.0;
+  for (long q = 0; q < pairs; q++) {
+    double x = squares[q] > 0.0 ? sqrt(squares[q]) : 0.0;
+    d[q] = x;
+    sum += x;
   }
-  for (long q = 0; q < pairs; q++) d[q] = d[q] > 0.0 ? sqrt(d[q]) : 0.0;
+  p->sum = sum;
+  p->missing = false;
+  p->summed = true;
 }

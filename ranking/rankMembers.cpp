@@ -29,8 +29,9 @@ static RankThreadWork* AllocThreadWork(const RankRun* run) {
   int n = AtLeast1(ncsm), o = AtLeast1(tcst), p = AtLeast1(nch);
   RankThreadWork* w = (RankThreadWork*)dim1D(sizeof(RankThreadWork), 1);
   long otuPairs = (long)tcst * (tcst - 1) / 2;
-  w->acc = dim1Double(AtLeast1((int)otuPairs));
-  w->cnt = dim1Double(AtLeast1((int)otuPairs));
+  RankPrefixAlloc(&w->entries, nch, otuPairs);
+  RankPrefixAlloc(&w->counts, nch, otuPairs);
+  RankPrefixAlloc(&w->tsums, nch, run->env.pairs);
   w->S = dim2Double(o, o);
   w->U = dim2Double(o, o);
   w->belongWork = dim1Double((o + 1) * o);
@@ -52,8 +53,9 @@ static RankThreadWork* AllocThreadWork(const RankRun* run) {
 
 static void FreeThreadWork(RankThreadWork* w) {
   int n = AtLeast1(ncsm), o = AtLeast1(tcst);
-  free1D(w->acc);
-  free1D(w->cnt);
+  RankPrefixFree(&w->entries);
+  RankPrefixFree(&w->counts);
+  RankPrefixFree(&w->tsums);
   free2D(w->S, o);
   free2D(w->U, o);
   free1D(w->belongWork);
@@ -158,47 +160,45 @@ static void SubsetT(const RankRun* run, const int* mask, double** T) {
 }
 
 // Resemblance between communities from `cols` columns of M by rese_opt, with
-// its conversions, into the pairs of *p, prepared.
-static void CommunityResemblance(const RankRun* run, RankThreadWork* w, double** M, int cols, int option,
+// its conversions, into the pairs of *p.
+static void CommunityResemblance(RankThreadWork* w, double** M, int cols, int option,
                                  RankPairs* p) {
   if (option == 6 || option == 7) {
-    RankEuclidPairs(ncsm, cols, M, w->xt, w->rowAcc, p->d);
+    RankEuclidPairs(ncsm, cols, M, w->xt, w->rowAcc, p);
   } else if (option == 10) {
     NormalizeRowsMV(ncsm, cols, M, w->Xn);
-    RankEuclidPairs(ncsm, cols, w->Xn, w->xt, w->rowAcc, p->d);
+    RankEuclidPairs(ncsm, cols, w->Xn, w->xt, w->rowAcc, p);
   } else {
     // Other options write nothing into D: it keeps what it held.
     if (option == 8 || option == 9) AbsValFunctionMV(ncsm, cols, M, w->D);
     RankConvertResemblance(ncsm, w->D, w->zero);
-    RankMatrixToPairs(ncsm, w->D, p->d);
+    RankMatrixToPairs(ncsm, w->D, p);
   }
-  RankPairsPrepare(p, run->env.pairs);
 }
 
 // DT of the subset (Euclidean), with the conversions of rese_opt.
-static void SubsetDT(const RankRun* run, RankThreadWork* w, const int* mask) {
-  RankTraitDistances(&run->tpairs, mask, w->dt.d);
+static void SubsetDT(const RankRun* run, RankThreadWork* w, const RankSubset* s) {
+  RankTraitDistances(&run->tpairs, s, &w->tsums, &w->dt);
   if (rese_opt >= 3 && rese_opt <= 5) {
     RankPairsToMatrix(ncsm, w->dt.d, w->D);
     RankConvertResemblance(ncsm, w->D, w->zero);
-    RankMatrixToPairs(ncsm, w->D, w->dt.d);
+    RankMatrixToPairs(ncsm, w->D, &w->dt);
   }
-  RankPairsPrepare(&w->dt, run->env.pairs);
 }
 
 // S between OTUs over the subset's traits.
-static void SubsetSimilarity(const RankRun* run, RankThreadWork* w, const int* mask) {
+static void SubsetSimilarity(const RankRun* run, RankThreadWork* w, const RankSubset* s) {
   if (reseCSTopt == 2)
-    EucliDistMVSelect(tcst, nch, run->Brange, w->S, const_cast<int*>(mask));
+    EucliDistMVSelect(tcst, nch, run->Brange, w->S, s->mask);
   else
-    RankSimilarity(&run->cube, mask, w->acc, w->cnt, w->S);
+    RankSimilarity(&run->cube, s, &w->entries, &w->counts, w->S);
 }
 
 // U and X for g types; returns U.
 static double** SubsetComposition(const RankRun* run, RankThreadWork* w, int g) {
   double** U = run->C;
   if (fuzzy == 3) {
-    RankBelonging(&run->types, w->S, w->U, w->belongWork, w->flag, w->rep);
+    RankBelonging(&run->types, w->S, reseCSTopt == 2, w->U, w->belongWork, w->flag, w->rep);
     U = w->U;
   }
   RankProduct(&run->occ, g, U, w->X);
@@ -230,8 +230,8 @@ static void EvaluateTCAP(void* context, int thread, const RankSubset* s, RankRes
   RankThreadWork* w = run->work[thread];
   double value;
   if (opt_ro == 1) {
-    SubsetDT(run, w, s->mask);
-    value = RankMantel(ncsm, &run->env.de, &w->dt, w->scratchA, w->scratchB);
+    SubsetDT(run, w, s);
+    value = RankMantelWith(ncsm, &run->env.de, &w->dt, w->scratchA, w->scratchB);
   } else {
     SubsetT(run, s->mask, w->T);
     value = opt_ro == 3 ? RVcoeff(ncsm, nenv, nch, run->env.Ec, w->T)
@@ -247,13 +247,13 @@ static void EvaluateTDAP_TCAP(void* context, int thread, const RankSubset* s, Ra
                               FILE* companion) {
   RankRun* run = (RankRun*)context;
   RankThreadWork* w = run->work[thread];
-  SubsetSimilarity(run, w, s->mask);
+  SubsetSimilarity(run, w, s);
   TypesLoop(s, result, [&](int g) {
     double** U = SubsetComposition(run, w, g);
     double value;
     if (opt_ro == 1) {
-      CommunityResemblance(run, w, w->X, g, rese_opt, &w->dx);
-      value = RankMantel(ncsm, &run->env.de, &w->dx, w->scratchA, w->scratchB);
+      CommunityResemblance(w, w->X, g, rese_opt, &w->dx);
+      value = RankMantelWith(ncsm, &run->env.de, &w->dx, w->scratchA, w->scratchB);
     } else {
       value = opt_ro == 3 ? RVcoeff(ncsm, nenv, g, run->env.Ec, w->X)
                           : ProcrustesCoeff(ncsm, nenv, g, run->env.Ec, w->X);
@@ -266,16 +266,16 @@ static void EvaluateTDAP_TCAP(void* context, int thread, const RankSubset* s, Ra
 static void EvaluateTDAP(void* context, int thread, const RankSubset* s, RankResult* result, FILE* companion) {
   RankRun* run = (RankRun*)context;
   RankThreadWork* w = run->work[thread];
-  SubsetDT(run, w, s->mask);
+  SubsetDT(run, w, s);
   // ro(TE) by Mantel whatever the correlation measure: it fills the lines.
-  double rTE = RankMantel(ncsm, &run->env.de, &w->dt, w->scratchA, w->scratchB);
-  SubsetSimilarity(run, w, s->mask);
+  double rTE = RankMantelWith(ncsm, &run->env.de, &w->dt, w->scratchA, w->scratchB);
+  SubsetSimilarity(run, w, s);
   TypesLoop(s, result, [&](int g) {
     double** U = SubsetComposition(run, w, g);
     double rXE = 0.0, rXT = 0.0, value;
     if (opt_ro == 1) {
-      CommunityResemblance(run, w, w->X, g, rese_opt, &w->dx);
-      rXE = RankMantel(ncsm, &run->env.de, &w->dx, w->scratchA, w->scratchB);
+      CommunityResemblance(w, w->X, g, rese_opt, &w->dx);
+      rXE = RankMantelWith(ncsm, &run->env.de, &w->dx, w->scratchA, w->scratchB);
       rXT = RankMantel(ncsm, &w->dt, &w->dx, w->scratchA, w->scratchB);
       value = PartialCorrelation(rXE, rXT, rTE);
     } else {

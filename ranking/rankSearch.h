@@ -133,11 +133,17 @@ struct RankPairs {
   double* centred;   // [pairs] the pairs minus their mean
   double ss;         // sum of squares of the centred pairs
   bool ok;           // no pair is -999, so the centred pairs serve
+  double sum;        // sum of the pairs in pair order, when `summed`
+  bool missing;      // a pair is -999, when `summed`
+  bool summed;       // the producer of d summed it as it went
 };
 void RankPairsAlloc(RankPairs* p, long pairs);
 void RankPairsFree(RankPairs* p);
 // Centres p->d (as the Mantel correlation does) and sets ok.
 void RankPairsPrepare(RankPairs* p, long pairs);
+// RankPairsPrepare of b and RankMantel of a and b, the centring of b and the
+// cross products in one pass.
+double RankMantelWith(int n, const RankPairs* a, RankPairs* b, double** scratchA, double** scratchB);
 // The Mantel form of two resemblance matrices between n communities: for n
 // of 2 the single pair's 1 - |a - b| / max(a, b), otherwise the Mantel
 // correlation (from the centred pairs when both are ok, else from scratch
@@ -204,24 +210,38 @@ void RankTypesBuild(RankTypes* t, int n, int g, int* partition);
 void RankTypesFree(RankTypes* t);
 
 // ---- Per-subset kernels (allocation-free; each thread passes its own arrays) ----
-// S (both triangles, diagonal 1) as the masked average of the cube: the sum
-// of the entries over the masked traits divided by their count, -999 when
-// none; acc and cnt hold `pairs` doubles.
-void RankSimilarity(const RankCube* c, const int* mask, double* acc, double* cnt, double** S);
+// Running sums over the traits of a subset, kept level by level for the
+// subsets that follow (one per thread).
+struct RankPrefix {
+  int nTraits;
+  long length;       // values in each row
+  int valid;         // levels that hold sums
+  int* traits;       // [nTraits] trait added at each level
+  double** level;    // [nTraits][length] sum after each level
+};
+void RankPrefixAlloc(RankPrefix* p, int nTraits, long length);
+void RankPrefixFree(RankPrefix* p);
+// Sum of rows[t] over the first k traits t of list (1-based numbers,
+// ascending), each value's sum in that order.
+const double* RankPrefixSum(RankPrefix* p, double** rows, const int* list, int k);
+// S (both triangles, diagonal 1) as the average of the cube over the traits
+// of the subset: the sum of the entries divided by their count, -999 when none.
+void RankSimilarity(const RankCube* c, const RankSubset* s, RankPrefix* entries, RankPrefix* counts,
+                    double** S);
 // U of n OTUs in g types from S (both triangles); rows sum to 1. Identical
 // OTUs of a type count once. work holds (g + 1) * n doubles, flag and rep n
-// each. S is mirrored, upper triangle into lower.
-void RankBelonging(const RankTypes* t, double** S, double** U, double* work, char* flag, int* rep);
+// each. With `mirror` S is first mirrored, upper triangle into lower.
+void RankBelonging(const RankTypes* t, double** S, bool mirror, double** U, double* work, char* flag, int* rep);
 // X[c][0..g) = sum over the occurrences of row c of weight * U[column][.],
 // in column order; -999 when the sum is 0 and the row holds -999.
 void RankProduct(const RankOccurrences* o, int g, double** U, double** X);
 // Euclidean distances between the rows of X over g columns, pairs i < j in
-// row order into d; xt holds g * rows doubles, acc rows doubles.
-void RankEuclidPairs(int rows, int g, double** X, double* xt, double* acc, double* d);
-// DT's pairs for the masked traits.
-void RankTraitDistances(const RankTraitPairs* tp, const int* mask, double* d);
+// row order into p (summed); xt holds g * rows doubles, acc rows doubles.
+void RankEuclidPairs(int rows, int g, double** X, double* xt, double* acc, RankPairs* p);
+// DT's pairs for the traits of the subset, into p (summed).
+void RankTraitDistances(const RankTraitPairs* tp, const RankSubset* s, RankPrefix* sums, RankPairs* p);
 // Pairs i < j of a square matrix, in row order.
-void RankMatrixToPairs(int n, double** D, double* d);
+void RankMatrixToPairs(int n, double** D, RankPairs* p);
 // Upper triangle of D from pairs; diagonal 0.
 void RankPairsToMatrix(int n, const double* d, double** D);
 // The conversions of a resemblance matrix by rese_opt (3 or 4: from cross
@@ -230,8 +250,9 @@ void RankConvertResemblance(int n, double** D, double** zero);
 
 // ---- What a member's run holds: once per run, and once per thread ----
 struct RankThreadWork {
-  double* acc;        // [OTU pairs] sums of the similarity average
-  double* cnt;        // [OTU pairs] their counts
+  RankPrefix entries; // sums of the similarity average, by trait
+  RankPrefix counts;  // their counts
+  RankPrefix tsums;   // sums of DT's squared differences
   double** S;         // [tcst][tcst] similarity between OTUs
   double** U;         // [tcst][tcst] belonging to types (g columns used)
   double* belongWork; // [(tcst + 1) tcst]

@@ -1,0 +1,76 @@
+#!/bin/bash
+# Times the trait subset search (option K) on 16 traits: the 8 traits of the
+# bundled aravo data and 8 columns derived from them with a fixed seed, so
+# that every size from 1 to 16 is searched (65,535 subsets). Types are the
+# aravo partition (groups.txt), fuzzy; Mantel on Euclidean distances.
+# Each criterion runs once with the sizes 1 to 1 (16 subsets: the fixed cost
+# of the session, the dialogue and the data prepared once) and once with 1 to
+# 16; the difference gives the subsets per second of the search itself.
+# Every run is repeated and the median taken, since the machine is shared.
+# Usage: bash bench/bench_ranking.sh path/to/kolven [criteria] [threads] [repeats]
+#   criteria: any of "10 1 9" (default all); threads: any of "1 2" (default both)
+set -eu
+exe="$(cd "$(dirname "${1:-build/kolven}")" && pwd)/$(basename "${1:-build/kolven}")"
+criteria="${2:-10 1 9}"
+threadsList="${3:-1 2}"
+repeats="${4:-3}"
+here="$(cd "$(dirname "$0")/.." && pwd)"
+aravo="$here/examples/aravo"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cp "$aravo"/community.txt "$aravo"/env.txt "$aravo"/species.txt "$aravo"/groups.txt "$work"/
+cd "$work"
+export LC_ALL=C
+
+# 16 traits: each derived column mixes two original traits with noise drawn
+# from a fixed seed; the label line follows the data.
+awk -v OFS='\t' 'BEGIN { srand(20091) }
+  NR <= 82 {
+    for (j = 1; j <= 8; j++) v[j] = $j
+    line = $0
+    for (j = 1; j <= 8; j++) {
+      a = v[j]; b = v[(j % 8) + 1]
+      line = line OFS sprintf("%.6g", a * (0.5 + rand()) + b * rand() + rand())
+    }
+    print line; next }
+  { printf "%s", $0; for (j = 1; j <= 8; j++) printf "\tD%d", j; print "" }' "$aravo/traits.txt" > traits.txt
+sed -e 's/^aravo$/aravo16/' -e 's/^8$/16/' -e 's/^3 3 3 3 3 3 3 3$/3 3 3 3 3 3 3 3 3 3 3 3 3 3 3 3/' \
+  "$aravo/create.txt" > create.txt
+"$exe" < create.txt > create.log 2>&1
+
+prefs() {  # threads
+  printf '18Nov2016\n0\n0.000000\n0.000000\n0\n0.000000\n0.000000\n1\nn\n0\n0.000000\n0.000000\n6\n2147483647\n6\nn\nn\nn\n1\n1\n0\n1\n2\n1\n%s\nSat Nov 21 08:00:00 2026\n' "$1" > KOLVEN.prf
+}
+
+answers() {  # criterion, largest size
+  printf 'o\naravo16\nv\nk\n%s\n' "$1"
+  if [ "$1" = 10 ]; then
+    printf '1\n1\n1\n'
+  else
+    printf 'n\nf\ngroups.txt\n1\n1\n6\n1\n1\nn\n'
+  fi
+  printf '1\n%s\nn\n\nc\nc\nx\n' "$2"
+}
+
+run() {  # criterion, largest size -> wall seconds
+  answers "$1" "$2" > answers.txt
+  local TIMEFORMAT='%R'
+  { time "$exe" < answers.txt > run.log 2>&1; } 2> time.txt
+  cat time.txt
+}
+
+median() { sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
+
+printf '%-9s %7s %9s %9s %9s %12s\n' criterion threads subsets "fixed(s)" "total(s)" "subsets/s"
+for c in $criteria; do
+  for t in $threadsList; do
+    prefs "$t"
+    fixed=$(for r in $(seq "$repeats"); do run "$c" 1; done | median)
+    total=$(for r in $(seq "$repeats"); do run "$c" 16; done | median)
+    awk -v c="$c" -v t="$t" -v f="$fixed" -v a="$total" 'BEGIN {
+      n = 65535 - 16; s = a - f; if (s <= 0) s = 1e-9
+      printf "%-9s %7s %9d %9.3f %9.3f %12.0f\n", c, t, 65535, f, a, n / s }'
+  done
+done
+grep -h 'optimal subset with 16 traits' aravo16ChRank_*.txt | sed 's/^/    /' || true
+echo "Load average: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) processors"
