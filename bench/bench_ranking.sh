@@ -52,24 +52,27 @@ answers() {  # criterion, largest size
   printf '1\n%s\nn\n\nc\nc\nx\n' "$2"
 }
 
-run() {  # criterion, largest size -> wall seconds
+run() {  # criterion, largest size -> "wall cpu" seconds
   answers "$1" "$2" > answers.txt
-  local TIMEFORMAT='%R'
+  local TIMEFORMAT='%R %U %S'
   { time "$exe" < answers.txt > run.log 2>&1; } 2> time.txt
-  cat time.txt
+  awk '{ printf "%.3f %.3f\n", $1, $2 + $3 }' time.txt
 }
 
-median() { sort -g | awk '{ v[NR] = $1 } END { print v[int((NR + 1) / 2)] }'; }
+median() { sort -g | awk '{ v[NR] = $0 } END { print v[int((NR + 1) / 2)] }'; }
 
-printf '%-9s %7s %9s %9s %9s %12s\n' criterion threads subsets "fixed(s)" "total(s)" "subsets/s"
+# subsets/s is what the wall clock gives; per cpu-s what each second of
+# processor time gives, which a loaded machine disturbs less.
+printf '%-9s %7s %9s %9s %9s %9s %12s %12s\n' criterion threads subsets "fixed(s)" "wall(s)" "cpu(s)" \
+  "subsets/s" "per cpu-s"
 for c in $criteria; do
   for t in $threadsList; do
     prefs "$t"
-    fixed=$(for r in $(seq "$repeats"); do run "$c" 1; done | median)
-    total=$(for r in $(seq "$repeats"); do run "$c" 16; done | median)
-    awk -v c="$c" -v t="$t" -v f="$fixed" -v a="$total" 'BEGIN {
-      n = 65535 - 16; s = a - f; if (s <= 0) s = 1e-9
-      printf "%-9s %7s %9d %9.3f %9.3f %12.0f\n", c, t, 65535, f, a, n / s }'
+    read -r fw fc < <(for r in $(seq "$repeats"); do run "$c" 1; done | median)
+    read -r aw ac < <(for r in $(seq "$repeats"); do run "$c" 16; done | median)
+    awk -v c="$c" -v t="$t" -v fw="$fw" -v fc="$fc" -v aw="$aw" -v ac="$ac" 'BEGIN {
+      n = 65535 - 16; s = aw - fw; if (s <= 0) s = 1e-9; u = ac - fc; if (u <= 0) u = 1e-9
+      printf "%-9s %7s %9d %9.3f %9.3f %9.3f %12.0f %12.0f\n", c, t, 65535, fw, aw, ac, n / s, n / u }'
   done
 done
 grep -h 'optimal subset with 16 traits' aravo16ChRank_*.txt | sed 's/^/    /' || true

@@ -22,7 +22,7 @@
 
 // Subsets evaluated between two merges: large enough that the threads meet
 // rarely, small enough that the progress line and the file keep moving.
-static const int kChunk = 512;
+static const int kChunk = 2048;
 
 // ---- Counting ----
 
