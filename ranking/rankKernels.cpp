@@ -232,6 +232,7 @@ void RankCubeBuild(RankCube* c, int nTraits, int nOTUs, double*** cube) {
   c->pairs = (long)nOTUs * (nOTUs - 1) / 2;
   c->entry = dim2Double(AtLeast1(nTraits), AtLeast1((int)c->pairs));
   c->present = dim2Double(AtLeast1(nTraits), AtLeast1((int)c->pairs));
+  c->complete = true;
   for (int t = 0; t < nTraits; t++) {
     long q = 0;
     for (int i = 0; i < nOTUs; i++)
@@ -240,6 +241,7 @@ void RankCubeBuild(RankCube* c, int nTraits, int nOTUs, double*** cube) {
         // A missing entry adds 0 to a sum of non-negative terms: exact.
         c->entry[t][q] = x == kMissing ? 0.0 : x;
         c->present[t][q] = x == kMissing ? 0.0 : 1.0;
+        if (x == kMissing) c->complete = false;
       }
   }
 }
@@ -339,14 +341,23 @@ RANK_LANES const double* RankPrefixSum(RankPrefix* p, double** rows, const int* 
 }
 
 RANK_LANES void RankSimilarity(const RankCube* c, const RankSubset* s, RankPrefix* entries, RankPrefix* counts,
-                    double** S) {
+                               double** S, double* values) {
   const double* acc = RankPrefixSum(entries, c->entry, s->list, s->k);
-  const double* cnt = RankPrefixSum(counts, c->present, s->list, s->k);
+  long pairs = c->pairs;
+  if (c->complete) {
+    // No entry is missing: every count is k.
+    double k = s->k;
+    for (long q = 0; q < pairs; q++) values[q] = acc[q] / k;
+  } else {
+    const double* cnt = RankPrefixSum(counts, c->present, s->list, s->k);
+    for (long q = 0; q < pairs; q++) values[q] = cnt[q] > 0.0 ? acc[q] / cnt[q] : kMissing;
+  }
   long q = 0;
   int n = c->nOTUs;
   for (int i = 0; i < n; i++) {
     S[i][i] = 1.0;
-    for (int j = i + 1; j < n; j++, q++) S[i][j] = S[j][i] = cnt[q] > 0.0 ? acc[q] / cnt[q] : kMissing;
+    double* row = S[i];
+    for (int j = i + 1; j < n; j++, q++) row[j] = S[j][i] = values[q];
   }
 }
 
@@ -372,6 +383,23 @@ static bool FlagIdenticals(const RankTypes* t, double** S, double* size, char* f
   return any;
 }
 
+// u[i] += s[i] / divisor (or (1 - s[i]) / divisor), a missing s adding 0:
+// its term times 0 is a zero, which leaves u[i] as it is.
+static inline void AddTerms(int n, const double* __restrict s, double divisor, bool isDissimilarity,
+                            double* __restrict u) {
+  if (isDissimilarity) {
+    for (int i = 0; i < n; i++) {
+      double keep = s[i] != kMissing;
+      u[i] += (1.0 - s[i]) / divisor * keep;
+    }
+  } else {
+    for (int i = 0; i < n; i++) {
+      double keep = s[i] != kMissing;
+      u[i] += s[i] / divisor * keep;
+    }
+  }
+}
+
 RANK_LANES void RankBelonging(const RankTypes* t, double** S, bool mirror, double** U, double* work, char* flag, int* rep) {
   int n = t->n, g = t->g;
   double* size = work;          // [g]
@@ -389,15 +417,7 @@ RANK_LANES void RankBelonging(const RankTypes* t, double** S, bool mirror, doubl
     // for all i, so the sum for (i, type of j) runs over j in ascending order.
     for (int j = 0; j < n; j++) {
       int k = t->group[j];
-      if (k < 0) continue;
-      const double* s = S[j];
-      double* u = ut + (long)k * n;
-      double divisor = size[k];
-      for (int i = 0; i < n; i++) {
-        double x = s[i];
-        double term = (isDissimilarity ? 1.0 - x : x) / divisor;
-        u[i] += x == kMissing ? 0.0 : term;
-      }
+      if (k >= 0) AddTerms(n, S[j], size[k], isDissimilarity, ut + (long)k * n);
     }
   } else {
     for (int i = 0; i < n; i++)

@@ -32,6 +32,7 @@ static RankThreadWork* AllocThreadWork(const RankRun* run) {
   RankPrefixAlloc(&w->entries, nch, otuPairs);
   RankPrefixAlloc(&w->counts, nch, otuPairs);
   RankPrefixAlloc(&w->tsums, nch, run->env.pairs);
+  w->values = dim1Double(AtLeast1((int)otuPairs));
   w->S = dim2Double(o, o);
   w->U = dim2Double(o, o);
   w->belongWork = dim1Double((o + 1) * o);
@@ -56,6 +57,7 @@ static void FreeThreadWork(RankThreadWork* w) {
   RankPrefixFree(&w->entries);
   RankPrefixFree(&w->counts);
   RankPrefixFree(&w->tsums);
+  free1D(w->values);
   free2D(w->S, o);
   free2D(w->U, o);
   free1D(w->belongWork);
@@ -191,7 +193,7 @@ static void SubsetSimilarity(const RankRun* run, RankThreadWork* w, const RankSu
   if (reseCSTopt == 2)
     EucliDistMVSelect(tcst, nch, run->Brange, w->S, s->mask);
   else
-    RankSimilarity(&run->cube, s, &w->entries, &w->counts, w->S);
+    RankSimilarity(&run->cube, s, &w->entries, &w->counts, w->S, w->values);
 }
 
 // U and X for g types; returns U.
@@ -306,12 +308,17 @@ static void LineTDAP(FILE* f, const RankResult* r) {
 
 // ---- Headers ----
 
+// The text of option `option` (from 1) of a table of n rows; empty outside it.
+static const char* OptionText(const char* const* table, int n, int option) {
+  return option >= 1 && option <= n ? table[option - 1] : "";
+}
+
 static void HeaderTCAP(FILE* f) {
   RankReportTop(f);
-  fprintf(f, "\nTrait-based approach: %s\n", traitBasedOptInfo[1]);
+  fprintf(f, "\nTrait-based approach: %s\n", OptionText(traitBasedOptInfo, 2, traitBasedOpt));
   fprintf(f, "Trait ranking criterion (TRC): %s\n", OptStructText(opt_struct));
-  fprintf(f, "Correlation measure: %s\n", opt_roInfo[opt_ro - 1]);
-  fprintf(f, "Ranking algorithm: %s\n", rankingAlgorithmInfo[rankingAlgorithm - 1]);
+  fprintf(f, "Correlation measure: %s\n", OptionText(opt_roInfo, 3, opt_ro));
+  fprintf(f, "Ranking algorithm: %s\n", OptionText(rankingAlgorithmInfo, 2, rankingAlgorithm));
   RankReportTraits(f);
   RankReportResemblance(f);
 }
@@ -319,13 +326,13 @@ static void HeaderTCAP(FILE* f) {
 static void HeaderTDAP_TCAP(FILE* f) {
   RankReportTop(f);
   fprintf(f, "Trait ranking criterion (TRC): %s\n", OptStructText(opt_struct));
-  fprintf(f, "Correlation measure: %s\n", opt_roInfo[opt_ro - 1]);
-  fprintf(f, "Pooling of OTUs: %s\n", poolCSToptInfo[1]);
+  fprintf(f, "Correlation measure: %s\n", OptionText(opt_roInfo, 3, opt_ro));
+  fprintf(f, "Pooling of OTUs: %s\n", OptionText(poolCSToptInfo, 2, poolCSTopt));
   RankReportPartition(f);
   fprintf(f, "Gower similarity index modified to count matching absences in binary traits? %s\n",
           YesNotInfo[countDoubleAbsence != 0]);
-  fprintf(f, "Ranking algorithm: %s\n", rankingAlgorithmInfo[rankingAlgorithm - 1]);
-  fprintf(f, "Fuzzy transformation: %s\n", fuzzyInfo[fuzzy]);
+  fprintf(f, "Ranking algorithm: %s\n", OptionText(rankingAlgorithmInfo, 2, rankingAlgorithm));
+  fprintf(f, "Fuzzy transformation: %s\n", OptionText(fuzzyInfo, 4, fuzzy + 1));
   RankReportResemblance(f);
   RankReportTraits(f);
   RankReportIntermediateHeading(f);
@@ -333,23 +340,23 @@ static void HeaderTDAP_TCAP(FILE* f) {
 
 static void HeaderTDAP(FILE* f) {
   RankReportTop(f);
-  fprintf(f, "Trait-based approach: %s\n", traitBasedOptInfo[0]);
+  fprintf(f, "Trait-based approach: %s\n", OptionText(traitBasedOptInfo, 2, traitBasedOpt));
   fprintf(f, optUnitTotalAdjust1
                  ? "Community data matrix W adjusted to unit totals prior to trait convergence evaluation.\n"
                  : "Community data matrix W NOT adjusted to unit totals prior to trait convergence evaluation.\n");
   fprintf(f, optUnitTotalAdjust2 ? "Community data matrix W adjusted to unit totals prior to evaluation.\n"
                                  : "Community data matrix W NOT adjusted to unit totals prior to evaluation.\n");
   fprintf(f, "Trait ranking criterion (TRC): %s\n", OptStructText(opt_struct));
-  fprintf(f, "Correlation measure: %s\n", opt_roInfo[opt_ro - 1]);
-  fprintf(f, "Pooling of OTUs: %s\n", poolCSToptInfo[1]);
+  fprintf(f, "Correlation measure: %s\n", OptionText(opt_roInfo, 3, opt_ro));
+  fprintf(f, "Pooling of OTUs: %s\n", OptionText(poolCSToptInfo, 2, poolCSTopt));
   RankReportPartition(f);
-  fprintf(f, "Resemblance function between OTUs: %s\n", reseCSToptInfo[reseCSTopt == 2 ? 1 : 0]);
+  fprintf(f, "Resemblance function between OTUs: %s\n", OptionText(reseCSToptInfo, 2, reseCSTopt));
   if (reseCSTopt == 1)
     fprintf(f, "Gower similarity modified to count matching absences in binary traits? %s\n",
             YesNotInfo[countDoubleAbsence != 0]);
-  fprintf(f, "Ranking algorithm: %s\n", rankingAlgorithmInfo[rankingAlgorithm - 1]);
+  fprintf(f, "Ranking algorithm: %s\n", OptionText(rankingAlgorithmInfo, 2, rankingAlgorithm));
   RankReportTraits(f);
-  fprintf(f, "Fuzzy transformation: %s\n", fuzzyInfo[fuzzy]);
+  fprintf(f, "Fuzzy transformation: %s\n", OptionText(fuzzyInfo, 4, fuzzy + 1));
   RankReportResemblance(f);
   if (opt_ro != 1)
     fprintf(f,

@@ -183,6 +183,7 @@ struct RankCube {
   long pairs;
   double** entry;
   double** present;
+  bool complete;     // no entry is missing: every pair's count is the subset's size
 };
 void RankCubeBuild(RankCube* c, int nTraits, int nOTUs, double*** cube);
 void RankCubeFree(RankCube* c);
@@ -226,8 +227,9 @@ void RankPrefixFree(RankPrefix* p);
 const double* RankPrefixSum(RankPrefix* p, double** rows, const int* list, int k);
 // S (both triangles, diagonal 1) as the average of the cube over the traits
 // of the subset: the sum of the entries divided by their count, -999 when none.
+// values holds the pairs' averages (cube pairs doubles).
 void RankSimilarity(const RankCube* c, const RankSubset* s, RankPrefix* entries, RankPrefix* counts,
-                    double** S);
+                    double** S, double* values);
 // U of n OTUs in g types from S (both triangles); rows sum to 1. Identical
 // OTUs of a type count once. work holds (g + 1) * n doubles, flag and rep n
 // each. With `mirror` S is first mirrored, upper triangle into lower.
@@ -253,6 +255,7 @@ struct RankThreadWork {
   RankPrefix entries; // sums of the similarity average, by trait
   RankPrefix counts;  // their counts
   RankPrefix tsums;   // sums of DT's squared differences
+  double* values;     // [OTU pairs] the similarity of each pair
   double** S;         // [tcst][tcst] similarity between OTUs
   double** U;         // [tcst][tcst] belonging to types (g columns used)
   double* belongWork; // [(tcst + 1) tcst]

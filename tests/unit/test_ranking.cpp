@@ -100,37 +100,45 @@ struct TraitSession {
 TEST(RankingKernels, SimilarityOfEverySubsetMatchesTheMaskedAverage) {
   const int n = 7, p = 5;
   Lcg g(11);
-  double*** cube = dim3Double(n, n, p);
-  for (int i = 0; i < n; i++)
-    for (int j = i; j < n; j++)
-      for (int t = 0; t < p; t++) {
-        double u = g.Next();
-        // Missing entries, and a pair that no trait describes.
-        cube[i][j][t] = (u < 0.2 || (i == 1 && j == 4)) ? M : (float)(u * 0.9);
-      }
-  RankCube c;
-  RankCubeBuild(&c, p, n, cube);
-  RankPrefix entries, counts;
-  RankPrefixAlloc(&entries, p, c.pairs);
-  RankPrefixAlloc(&counts, p, c.pairs);
-  Mat S(n, n), want(n, n);
-  int mask[p];
-  for (int k = 1; k <= p; k++)
-    for (auto& list : Subsets(p, k)) {
-      RankSubset s = SubsetOf(list, k, mask, p);
-      RankSimilarity(&c, &s, &entries, &counts, S);
-      gower_similarityAverage(p, n, cube, want, mask);
-      for (int i = 0; i < n; i++)
-        for (int j = i; j < n; j++) {
-          ExpectSameBits(S[i][j], want[i][j], "S " + std::to_string(k) + " traits");
-          EXPECT_EQ(S[j][i], S[i][j]) << "mirrored";
+  // With missing entries (counts per pair), then with none (counts all k).
+  for (int withMissing = 1; withMissing >= 0; withMissing--) {
+    double*** cube = dim3Double(n, n, p);
+    for (int i = 0; i < n; i++)
+      for (int j = i; j < n; j++)
+        for (int t = 0; t < p; t++) {
+          double u = g.Next();
+          // Missing entries, and a pair that no trait describes.
+          bool missing = withMissing && (u < 0.2 || (i == 1 && j == 4));
+          cube[i][j][t] = missing ? M : (float)(u * 0.9);
         }
+    RankCube c;
+    RankCubeBuild(&c, p, n, cube);
+    EXPECT_EQ(c.complete, !withMissing);
+    RankPrefix entries, counts;
+    RankPrefixAlloc(&entries, p, c.pairs);
+    RankPrefixAlloc(&counts, p, c.pairs);
+    Mat S(n, n), want(n, n);
+    std::vector<double> values(c.pairs);
+    int mask[p];
+    for (int k = 1; k <= p; k++)
+      for (auto& list : Subsets(p, k)) {
+        RankSubset s = SubsetOf(list, k, mask, p);
+        RankSimilarity(&c, &s, &entries, &counts, S, values.data());
+        gower_similarityAverage(p, n, cube, want, mask);
+        for (int i = 0; i < n; i++)
+          for (int j = i; j < n; j++) {
+            ExpectSameBits(S[i][j], want[i][j], "S " + std::to_string(k) + " traits");
+            EXPECT_EQ(S[j][i], S[i][j]) << "mirrored";
+          }
+      }
+    if (withMissing) {
+      EXPECT_EQ(S[1][4], M) << "a pair with no trait is missing";
     }
-  EXPECT_EQ(S[1][4], M) << "a pair with no trait is missing";
-  RankPrefixFree(&entries);
-  RankPrefixFree(&counts);
-  RankCubeFree(&c);
-  free3D(cube, n, n);
+    RankPrefixFree(&entries);
+    RankPrefixFree(&counts);
+    RankCubeFree(&c);
+    free3D(cube, n, n);
+  }
 }
 
 TEST(RankingKernels, BelongingMatchesFuzzyBelongingWithAndWithoutIdenticals) {
