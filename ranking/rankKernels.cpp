@@ -47,10 +47,9 @@ void RankPairsFree(RankPairs* p) {
 
 // The two passes of the Mantel correlation over one matrix: the sum in pair
 // order, its mean, the deviations and their sum of squares.
-void RankPairsPrepare(RankPairs* p, long pairs) {
-  p->ok = false;
-  p->ss = 0.0;
-  if (pairs < 1) return;
+// The Mantel correlation's first pass, unless the producer of the pairs
+// made it: their sum in pair order, and whether one is missing.
+static void SumPairs(RankPairs* p, long pairs) {
   if (!p->summed) {
     double sum = 0.0;
     bool missing = false;
@@ -62,6 +61,13 @@ void RankPairsPrepare(RankPairs* p, long pairs) {
     p->missing = missing;
   }
   p->summed = false;
+}
+
+void RankPairsPrepare(RankPairs* p, long pairs) {
+  p->ok = false;
+  p->ss = 0.0;
+  if (pairs < 1) return;
+  SumPairs(p, pairs);
   if (p->missing) return;
   double mean = p->sum / pairs;
   double ss = 0.0;
@@ -80,17 +86,7 @@ double RankMantelWith(int n, const RankPairs* a, RankPairs* b, double** scratchA
     RankPairsPrepare(b, pairs);
     return RankMantel(n, a, b, scratchA, scratchB);
   }
-  if (!b->summed) {
-    double sum = 0.0;
-    bool missing = false;
-    for (long q = 0; q < pairs; q++) {
-      missing |= b->d[q] == kMissing;
-      sum += b->d[q];
-    }
-    b->sum = sum;
-    b->missing = missing;
-  }
-  b->summed = false;
+  SumPairs(b, pairs);
   b->ok = false;
   if (b->missing) {
     b->ss = 0.0;

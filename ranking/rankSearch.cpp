@@ -1,7 +1,6 @@
 // The shared trait subset search: enumeration in order, evaluation of chunks of subsets on threads, the serial merge (progress, intermediate lines, bests, ranking table) and the common parts of the result file.
 #include "ranking/rankSearch.h"
 
-#include <climits>
 #include <cmath>
 #include <cstring>
 #include <ctime>
@@ -26,18 +25,7 @@ static const int kChunk = 2048;
 
 // ---- Counting ----
 
-long long RankCombinations(int n, int k) {
-  if (k < 0 || k > n) return 0;
-  double count = Factorial((double)n) / (Factorial((double)(n - k)) * Factorial((double)k));
-  // Beyond the doubles' range the quotient is inf / inf; the enumeration
-  // counts the same way, by the product.
-  if (std::isnan(count)) {
-    count = 1.0;
-    for (int i = 1; i <= k; i++) count = count * (n - k + i) / i;
-  }
-  if (!(count < 9.2e18)) return LLONG_MAX;
-  return (long long)count;
-}
+long long RankCombinations(int n, int k) { return k < 0 || k > n ? 0 : CombinationCount(n, k); }
 
 // ---- Ranking table ----
 
