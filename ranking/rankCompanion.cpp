@@ -25,6 +25,8 @@ static void PrintPairs(FILE* f, const RankPairs* p, RankThreadWork* w) {
   PrintResemblance(f, ncsm, w->D, w->scratchA);
 }
 
+void RankCompanionPairs(FILE* f, const RankPairs* p, RankThreadWork* w) { PrintPairs(f, p, w); }
+
 static void PrintTraitsLine(FILE* f, const RankSubset* s) {
   fprintf(f, "\nTraits:\t");
   for (int j = 0; j < s->k; j++) fprintf(f, "%s\t", chLabel[s->list[j] - 1]);
@@ -129,8 +131,8 @@ static void PrintTypeAverages(FILE* f, const RankRun* run, int g, int* sizes) {
   free2D(A, g);
 }
 
-void RankCompanionTDAP(FILE* f, const RankRun* run, RankThreadWork* w, const RankSubset* s, int g, double** U,
-                       const double* values) {
+void RankCompanionSubsetMatrices(FILE* f, const RankRun* run, RankThreadWork* w, const RankSubset* s, int g,
+                                 double** U, bool showDX, int* sizes) {
   PrintTraitsLine(f, s);
   PrintSubsetT(f, run, w, s);
   fprintf(f, "Resemblance matrix between communities based on selected traits (matrix T):\n");
@@ -141,14 +143,42 @@ void RankCompanionTDAP(FILE* f, const RankRun* run, RankThreadWork* w, const Ran
   PrintVectorTab(f, tcst, partition_OTUs);
   fprintf(f, "\nDegrees of belonging of %d populations (rows) in %d types (columns):\n", tcst, g);
   PrintMatrix(f, tcst, g, U, sDigits, 0);
-  int* sizes = dim1Dint(g);
   PrintTypeAverages(f, run, g, sizes);
   fprintf(f, "\nPooled performance matrix X (%d communities x %d types):\n", ncsm, g);
   PrintMatrix(f, ncsm, g, w->X, sDigits, 0);
-  if (opt_ro == 1) {
+  if (showDX) {
     fprintf(f, "Resemblance matrix between communities based on composition of types (matrix X):\n");
     PrintPairs(f, &w->dx, w);
   }
+}
+
+void RankCompanionSubsetEnd(FILE* f, const RankSubset* s, int g, const int* sizes) {
+  PrintClosingLabels(f, s);
+  fprintf(f, "Group sizes:\t");
+  for (int k = 0; k < g; k++) fprintf(f, "%d\t", sizes[k]);
+  fprintf(f, "\n");
+}
+
+void RankCompanionResiduals(FILE* f, RankThreadWork* w, const double* pairs, const char* heading) {
+  int n = ncsm > 0 ? ncsm : 1;
+  double** DT = dim2Double(n, n);
+  double** D = dim2Double(n, n);
+  double** R = dim2Double(n, n);
+  RankPairsToMatrix(ncsm, w->dt.d, DT);
+  RankPairsToMatrix(ncsm, pairs, D);
+  ResidualsMatrixRegression(ncsm, DT, D, R);
+  UpperToLowerMatrix(ncsm, R);
+  fprintf(f, "%s", heading);
+  PrintMatrixTab(f, ncsm, ncsm, R, sDigits);
+  free2D(DT, n);
+  free2D(D, n);
+  free2D(R, n);
+}
+
+void RankCompanionTDAP(FILE* f, const RankRun* run, RankThreadWork* w, const RankSubset* s, int g, double** U,
+                       const double* values) {
+  int* sizes = dim1Dint(g);
+  RankCompanionSubsetMatrices(f, run, w, s, g, U, opt_ro == 1, sizes);
   if (opt_ro == 1)
     fprintf(f, "\nTrait ranking criterion:\tro(TE)=\t%g\tro(XE)=\t%g\tro(XT)=\t%g\tro(XE.T)=\t%g\t%d groups\tTraits:\t",
             values[0], values[1], values[2], values[3], g);
@@ -156,24 +186,10 @@ void RankCompanionTDAP(FILE* f, const RankRun* run, RankThreadWork* w, const Ran
     fprintf(f, "\nTrait ranking criterion:\tro(XE.T)=\t%g\t%d groups\tTraits:\t", values[3], g);
   else
     fprintf(f, "\nTrait ranking criterion:\tr(XE.T)=\t%g\t%d groups\tTraits:\t", values[3], g);
-  PrintClosingLabels(f, s);
-  fprintf(f, "Group sizes:\t");
-  for (int k = 0; k < g; k++) fprintf(f, "%d\t", sizes[k]);
-  fprintf(f, "\n");
+  RankCompanionSubsetEnd(f, s, g, sizes);
   free1D(sizes);
-  if (opt_ro != 1) return;
   // DX regressed on DT, its residuals made symmetric.
-  int n = ncsm > 0 ? ncsm : 1;
-  double** DT = dim2Double(n, n);
-  double** DX = dim2Double(n, n);
-  double** R = dim2Double(n, n);
-  RankPairsToMatrix(ncsm, w->dt.d, DT);
-  RankPairsToMatrix(ncsm, w->dx.d, DX);
-  ResidualsMatrixRegression(ncsm, DT, DX, R);
-  UpperToLowerMatrix(ncsm, R);
-  fprintf(f, "\nResemblance matrix between communities (residuals after removing the effect of DT):\n");
-  PrintMatrixTab(f, ncsm, ncsm, R, sDigits);
-  free2D(DT, n);
-  free2D(DX, n);
-  free2D(R, n);
+  if (opt_ro == 1)
+    RankCompanionResiduals(f, w, w->dx.d,
+                           "\nResemblance matrix between communities (residuals after removing the effect of DT):\n");
 }

@@ -156,15 +156,14 @@ void RankRunFree(RankRun* run) {
 // ---- Pieces of an evaluation ----
 
 // The subset's T: its columns of the normalised T of all traits, 0 elsewhere.
-static void SubsetT(const RankRun* run, const int* mask, double** T) {
+void SubsetT(const RankRun* run, const int* mask, double** T) {
   for (int c = 0; c < ncsm; c++)
     for (int t = 0; t < nch; t++) T[c][t] = mask[t] == 1 ? run->Tall[c][t] : 0.0;
 }
 
 // Resemblance between communities from `cols` columns of M by rese_opt, with
 // its conversions, into the pairs of *p.
-static void CommunityResemblance(RankThreadWork* w, double** M, int cols, int option,
-                                 RankPairs* p) {
+void CommunityResemblance(RankThreadWork* w, double** M, int cols, int option, RankPairs* p) {
   if (option == 6 || option == 7) {
     RankEuclidPairs(ncsm, cols, M, w->xt, w->rowAcc, p);
   } else if (option == 10) {
@@ -179,7 +178,7 @@ static void CommunityResemblance(RankThreadWork* w, double** M, int cols, int op
 }
 
 // DT of the subset (Euclidean), with the conversions of rese_opt.
-static void SubsetDT(const RankRun* run, RankThreadWork* w, const RankSubset* s) {
+void SubsetDT(const RankRun* run, RankThreadWork* w, const RankSubset* s) {
   RankTraitDistances(&run->tpairs, s, &w->tsums, &w->dt);
   if (rese_opt >= 3 && rese_opt <= 5) {
     RankPairsToMatrix(ncsm, w->dt.d, w->D);
@@ -189,7 +188,7 @@ static void SubsetDT(const RankRun* run, RankThreadWork* w, const RankSubset* s)
 }
 
 // S between OTUs over the subset's traits.
-static void SubsetSimilarity(const RankRun* run, RankThreadWork* w, const RankSubset* s) {
+void SubsetSimilarity(const RankRun* run, RankThreadWork* w, const RankSubset* s) {
   if (reseCSTopt == 2)
     EucliDistMVSelect(tcst, nch, run->Brange, w->S, s->mask);
   else
@@ -197,7 +196,7 @@ static void SubsetSimilarity(const RankRun* run, RankThreadWork* w, const RankSu
 }
 
 // U and X for g types; returns U.
-static double** SubsetComposition(const RankRun* run, RankThreadWork* w, int g) {
+double** SubsetComposition(const RankRun* run, RankThreadWork* w, int g) {
   double** U = run->C;
   if (fuzzy == 3) {
     RankBelonging(&run->types, w->S, reseCSTopt == 2, w->U, w->belongWork, w->flag, w->rep);
@@ -205,24 +204,6 @@ static double** SubsetComposition(const RankRun* run, RankThreadWork* w, int g) 
   }
   RankProduct(&run->occ, g, U, w->X);
   return U;
-}
-
-// The types loop: g from 2 to tcst, evaluated within the limits. The limits
-// are the user's number of types, so one g passes; a single type passes none.
-// With one trait the loop ends after an evaluation unless the trait is
-// quantitative and has more states than g.
-template <typename Pass>
-static void TypesLoop(const RankSubset* s, RankResult* result, Pass pass) {
-  for (int g = 2; g <= tcst; g++) {
-    if (g > nMaxCSTGroupsChRank) break;
-    if (g < nMinCSTGroupsChRank) continue;
-    // Only the user's partition is known to the run: its g is the one that passes.
-    if (g != nMaxCSTGroupsChRank) continue;
-    pass(g);
-    result->evaluated = true;
-    result->groups = g;
-    if (s->k == 1 && (s->firstType != 3 || g == s->firstStates)) break;
-  }
 }
 
 // ---- Members' evaluations ----
@@ -309,7 +290,7 @@ static void LineTDAP(FILE* f, const RankResult* r) {
 // ---- Headers ----
 
 // The text of option `option` (from 1) of a table of n rows; empty outside it.
-static const char* OptionText(const char* const* table, int n, int option) {
+const char* OptionText(const char* const* table, int n, int option) {
   return option >= 1 && option <= n ? table[option - 1] : "";
 }
 
@@ -409,18 +390,18 @@ static void RunMember(int member, RankMember* m, void (*header)(FILE*), const ch
 
 void ChRankTCAP() {
   nKeepTrack = 100;
-  RankMember m = {-DBL_MAX, false, false, EvaluateTCAP, LineTCAP, nullptr};
+  RankMember m = {-DBL_MAX, false, false, EvaluateTCAP, LineTCAP, nullptr, nullptr, nullptr, nullptr};
   RunMember(10, &m, HeaderTCAP, nullptr);
 }
 
 void ChRankTDAP_TCAP() {
   nKeepTrack = 100;
-  RankMember m = {-DBL_MAX, false, false, EvaluateTDAP_TCAP, LineTDAP_TCAP, nullptr};
+  RankMember m = {-DBL_MAX, false, false, EvaluateTDAP_TCAP, LineTDAP_TCAP, nullptr, nullptr, nullptr, nullptr};
   RunMember(1, &m, HeaderTDAP_TCAP, nullptr);
 }
 
 void ChRankTDAP() {
   nKeepTrack = 100;
-  RankMember m = {0.0, true, true, EvaluateTDAP, LineTDAP, nullptr};
+  RankMember m = {0.0, true, true, EvaluateTDAP, LineTDAP, nullptr, nullptr, nullptr, nullptr};
   RunMember(9, &m, HeaderTDAP, TDAPHeading());
 }

@@ -80,6 +80,7 @@ void RankBestAlloc(RankBest* b, int n, double start) {
   b->value = dim1Double(n + 1);
   b->traits = dim2Dint(n + 1, n > 0 ? n : 1);
   b->found = (bool*)dim1D(sizeof(bool), n + 1);
+  b->groups = dim1Dint(n + 1);
   for (int k = 0; k <= n; k++) b->value[k] = start;
 }
 
@@ -87,6 +88,7 @@ void RankBestFree(RankBest* b, int n) {
   free1D(b->value);
   free2D(b->traits, n + 1);
   free1D(b->found);
+  free1D(b->groups);
 }
 
 // ---- Enumeration ----
@@ -195,6 +197,7 @@ static void MergeOne(RankMember* m, FILE* f, const RankSubset* s, const RankResu
   if (printRankIntermedResults == 'y') {
     m->printLine(f, r);
     RankPrintLabels(f, k, s->list);
+    if (m->lineEnd != nullptr) m->lineEnd(m->context, f, r);
     fprintf(f, "\n");
   }
   double typesBest = m->startValue;
@@ -203,12 +206,16 @@ static void MergeOne(RankMember* m, FILE* f, const RankSubset* s, const RankResu
     best->value[k] = typesBest;
     memcpy(best->traits[k], s->list, sizeof(int) * (size_t)k);
     best->found[k] = true;
+    best->groups[k] = r->groups;
   }
   RankTableOffer(table, typesBest, k, s->list, m->absolute);
+  if (m->merge != nullptr) m->merge(m->context, s, r);
 }
 
 static void PrintBestOfSize(FILE* f, const RankMember* m, const RankBest* best, int k, bool heading) {
-  if (heading)
+  if (heading && m->bestLine != nullptr)
+    fprintf(f, m->bestLine, k, sDigits + 6, sDigits, best->value[k], best->groups[k]);
+  else if (heading)
     fprintf(f, "Ranking criterion value and optimal subset with %d traits: \t%-*.*g\t", k, sDigits + 6, sDigits,
             best->value[k]);
   else
@@ -240,6 +247,7 @@ void RankSearchRun(RankMember* m, int nThreads, FILE* f, FILE* companion, RankTa
     if (k < nMinTraitsChRank) continue;
     best->value[k] = m->startValue;
     best->found[k] = false;
+    best->groups[k] = 0;
     RankEnumerationStart(&e, k);
     int count;
     while ((count = RankEnumerationNext(&e, subsets, kChunk)) > 0) {

@@ -4,6 +4,9 @@
 
 #include <cstdio>
 
+#include "scaling/scalingUp.h"
+#include "session/session.h"
+
 // ---- One subset, as the enumeration hands it to a member ----
 struct RankSubset {
   int k;            // number of traits
@@ -18,7 +21,7 @@ struct RankSubset {
 struct RankResult {
   bool evaluated;   // false when no pass of the types loop took place
   double value;     // the criterion of the subset
-  double part[4];   // further values of the member's intermediate line
+  double part[15];  // further values of the member's intermediate line
   int groups;       // number of types of the evaluation
 };
 
@@ -36,6 +39,14 @@ struct RankMember {
   // Writes the values of an intermediate line, before the trait labels.
   void (*printLine)(FILE* f, const RankResult* result);
   void* context;      // the member's own run data, handed back to evaluate
+  // Optional, null when unused:
+  // Called by the merge, in enumeration order, after the ranking table's offer.
+  void (*merge)(void* context, const RankSubset* subset, const RankResult* result);
+  // Ends an intermediate line after the trait labels, before its newline.
+  void (*lineEnd)(void* context, FILE* f, const RankResult* result);
+  // The line after each size with the number of types of its best (k,
+  // width, precision, value, types); null: the line without types.
+  const char* bestLine;
 };
 
 // ---- Best subsets of the run ----
@@ -57,6 +68,7 @@ struct RankBest {
   double* value;     // [nch + 1] best value of each size
   int** traits;      // [nch + 1][nch] its subset, 1-based trait numbers
   bool* found;       // [nch + 1] some subset of that size was kept
+  int* groups;       // [nch + 1] number of types of that subset's evaluation
 };
 
 // Ranking table of `rows` rows, all values 0 and sizes 0.
@@ -297,6 +309,68 @@ struct RankRun {
 void RankRunPrepare(RankRun* run, int member);
 void RankRunFree(RankRun* run);
 
+// ---- Pieces of an evaluation shared by the members ----
+// The subset's T: its columns of the normalised T of all traits, 0 elsewhere.
+void SubsetT(const RankRun* run, const int* mask, double** T);
+// Resemblance between communities from `cols` columns of M by `option`
+// (rese_opt), with its conversions, into the pairs of *p.
+void CommunityResemblance(RankThreadWork* w, double** M, int cols, int option, RankPairs* p);
+// DT of the subset (Euclidean), with the conversions of rese_opt.
+void SubsetDT(const RankRun* run, RankThreadWork* w, const RankSubset* s);
+// S between OTUs over the subset's traits.
+void SubsetSimilarity(const RankRun* run, RankThreadWork* w, const RankSubset* s);
+// U and X for g types; returns U.
+double** SubsetComposition(const RankRun* run, RankThreadWork* w, int g);
+// The text of option `option` (from 1) of a table of n rows; empty outside it.
+const char* OptionText(const char* const* table, int n, int option);
+
+// The types loop: g from 2 to tcst, evaluated within the limits. The limits
+// are the user's number of types, so one g passes; a single type passes none.
+// With one trait the loop ends after an evaluation unless the trait is
+// quantitative and has more states than g.
+template <typename Pass>
+inline void TypesLoop(const RankSubset* s, RankResult* result, Pass pass) {
+  for (int g = 2; g <= tcst; g++) {
+    if (g > nMaxCSTGroupsChRank) break;
+    if (g < nMinCSTGroupsChRank) continue;
+    // Only the user's partition is known to the run: its g is the one that passes.
+    if (g != nMaxCSTGroupsChRank) continue;
+    pass(g);
+    result->evaluated = true;
+    result->groups = g;
+    if (s->k == 1 && (s->firstType != 3 || g == s->firstStates)) break;
+  }
+}
+
+// ---- Members with data of their own ----
+// How the header of a member on the composition of types differs from the
+// header of the search for r(XE.T).
+struct RankHeaderStyle {
+  bool measureInCriterion;  // the measure's text as a second column of the criterion line
+  bool measureLine;         // the "Correlation measure" line
+  bool partitionListed;     // the user's partition listed, else the line on the clustering method
+  const char* gowerLine;    // format of the Gower line (with reseCSTopt 1)
+  bool raoLine;             // the line on Rao entropy behind it
+  int traits;               // traits considered: 0 not listed, 1 as for r(XE.T), 2 for Gower's index
+  bool factorLine;          // the factor of PCA regression, when opt_ro isn't 1
+  bool groupsColumn;        // the heading of the intermediate lines holds "Groups"
+};
+void RankHeaderComposition(FILE* f, const RankHeaderStyle* style);
+
+// What a member adds to the shared run; each receives the member's context.
+struct RankMemberHooks {
+  const char* companionName;                        // file of the intermediate matrices
+  void (*prepare)(void* context);                   // the member's data, after the shared run data
+  void (*header)(FILE* f);                          // report header
+  void (*companionStart)(FILE* f, void* context);   // what the companion file holds first
+  // The report after the search.
+  void (*finish)(void* context, FILE* f, const RankMember* m, RankTable* table, RankBest* best);
+  void (*release)(void* context);                   // frees the member's data
+};
+// Runs member m whose context holds *run: the shared run data (as for
+// r(XE.T)), the member's own, the search and the report into whichChorder.
+void RankRunWithData(RankMember* m, RankRun* run, const RankMemberHooks* hooks);
+
 // ---- Companion file of the intermediate matrices (saveStruct 'y') ----
 void RankCompanionStart(FILE* f, const RankRun* run);
 void RankCompanionTCAP(FILE* f, const RankRun* run, RankThreadWork* w, const RankSubset* s, double value);
@@ -304,5 +378,16 @@ void RankCompanionTDAP_TCAP(FILE* f, const RankRun* run, RankThreadWork* w, cons
                             double** U, double value);
 void RankCompanionTDAP(FILE* f, const RankRun* run, RankThreadWork* w, const RankSubset* s, int g,
                        double** U, const double* values);
+// The matrices of a subset as r(XE.T) writes them, from its traits to X and,
+// with showDX, DX; the sizes of the g types (crisp) into sizes.
+void RankCompanionSubsetMatrices(FILE* f, const RankRun* run, RankThreadWork* w, const RankSubset* s, int g,
+                                 double** U, bool showDX, int* sizes);
+// A resemblance matrix between communities, given by its pairs.
+void RankCompanionPairs(FILE* f, const RankPairs* p, RankThreadWork* w);
+// The close of a subset: its labels, "Group sizes:" and the sizes.
+void RankCompanionSubsetEnd(FILE* f, const RankSubset* s, int g, const int* sizes);
+// The residuals of a resemblance matrix (pairs) regressed on the subset's DT,
+// made symmetric, under heading.
+void RankCompanionResiduals(FILE* f, RankThreadWork* w, const double* pairs, const char* heading);
 
 #endif

@@ -115,6 +115,17 @@ static bool CriterionRefused(int c, bool qualitative) {
   return c == 1 || c == 14 || c == 15 || c == 16 || c == 24 || ((c == 9 || c == 10) && qualitative);
 }
 
+// The phylogenetic criteria can't be computed without the phylogeny of the
+// OTUs: they are refused at once, with a word, before any other question, so
+// that nothing is asked in vain and the menu comes again.
+static bool NeedsPhylogeny(int c) {
+  if (hasPhylogeny || c < 11 || c > 15) return false;
+  fflush(stdout);
+  fprintf(stderr, "\nCriterion %d needs the phylogenetic resemblance matrix (F) of the OTUs, which this session "
+                  "has not.\n", c);
+  return true;
+}
+
 static void AskTypeLimits() {
   if (clusMethPoolCSTs == 0) {
     int groups = 0;
@@ -136,6 +147,7 @@ int SettingsChRank() {
     ShowCriteria(qualitative);
     fprintf(out, "\nType option no.: ");
     opt_struct = (int)ReadNumberIn("%d\n", kAccepted);
+    if (NeedsPhylogeny(opt_struct)) continue;
     if (!CriterionRefused(opt_struct, qualitative)) break;
   }
   rankingAlgorithm = 2;
@@ -189,8 +201,8 @@ static void NameResultFile(const char* suffix) {
   snprintf(whichChorder, sizeof whichChorder, "%s%s", sessionName, suffix);
 }
 
-// The member of a criterion of the composition of types. Returns false for
-// the criteria that this version does not compute yet.
+// The member of a criterion of the composition of types. Returns false when
+// no member serves the criterion.
 static bool RunCompositionMember() {
   for (const CriterionFile& c : kFiles)
     if (c.criterion == opt_struct) NameResultFile(c.suffix);
@@ -203,14 +215,15 @@ static bool RunCompositionMember() {
       return true;
     case 11: case 12: case 13:
       ChRankPhylogenyAssembly();
-      return false;
+      return true;
     case 14: case 15:
       ChRank_Phylogeny_x_Trait_Assembly();
-      return false;
+      return true;
     default: {
       static const int kModes[] = {1, 2, 4, 5, 6, 7, 8, 9, 3};  // criteria 16 to 24
-      if (opt_struct >= 16 && opt_struct <= 24) ChRankAlphaBetaDivergence(kModes[opt_struct - 16]);
-      return false;
+      if (opt_struct < 16 || opt_struct > 24) return false;
+      ChRankAlphaBetaDivergence(kModes[opt_struct - 16]);
+      return true;
     }
   }
 }

@@ -26,9 +26,10 @@ int SettingsChRank();
 void ChRankTCAP();        // criterion 10, r(TE)
 void ChRankTDAP_TCAP();   // criterion 1, r(XE)
 void ChRankTDAP();        // criterion 9, r(XE.T)
-// Criteria that this version does not compute yet: each says so in one line.
+// Criteria 16 to 24: Rao entropy, dark diversity, smoothed composition; the
+// mode (1 to 9) follows its own numbering, not the criterion's.
 void ChRankAlphaBetaDivergence(int mode);
-void ChRankPhylogenyAssembly();
-void ChRank_Phylogeny_x_Trait_Assembly();
+void ChRankPhylogenyAssembly();              // criteria 11 to 13, r(PX), r(PX.T), r(PT)
+void ChRank_Phylogeny_x_Trait_Assembly();    // criteria 14 and 15, niche conservation
 
 #endif
