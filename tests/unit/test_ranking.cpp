@@ -17,6 +17,7 @@
 #include "scaling/settings.h"
 #include "scaling/similarity.h"
 #include "session/session.h"
+#include "shell/shell.h"
 #include "tests/unit/test_util.h"
 
 using namespace testutil;
@@ -405,4 +406,109 @@ TEST(RankingTexts, CriterionLineFollowsTheTableLayout) {
   EXPECT_STREQ(OptStructText(22), "(null)");
   EXPECT_STREQ(OptStructText(23), "matrix correlation (Mantel)");
   EXPECT_STREQ(OptStructText(24), "Procrustes (traceW)");
+}
+
+// ---- The search with a member of known values ----
+
+namespace {
+
+// Value of a subset: 0.5 for {1} and {3} (a tie), otherwise its traits'
+// numbers decide; subsets holding trait 4 are negative, and {2, 3} is 0.
+void EvaluateKnown(void*, int, const RankSubset* s, RankResult* r, FILE*) {
+  double v = 0.0;
+  bool four = false;
+  for (int j = 0; j < s->k; j++) {
+    v += 0.125 * s->list[j];
+    four |= s->list[j] == 4;
+  }
+  if (s->k == 1 && (s->list[0] == 1 || s->list[0] == 3)) v = 0.5;
+  if (s->k == 2 && s->list[0] == 2 && s->list[1] == 3) v = 0.0;
+  r->evaluated = true;
+  r->value = four ? -v : v;
+}
+
+void LineKnown(FILE* f, const RankResult* r) { fprintf(f, "%g\t", r->value); }
+
+struct SearchSession : TraitSession {
+  char labels[4][11] = {"a", "b", "c", "d"};
+  char* labelRows[4];
+  char** savedLabels;
+  int savedMin, savedMax, savedIntermediate;
+  clock_t savedT2;
+  double allWeights[4] = {1.0, 1.0, 1.0, 1.0};
+  SearchSession() {
+    savedLabels = chLabel;
+    savedMin = nMinTraitsChRank;
+    savedMax = nMaxTraitsChRank;
+    savedIntermediate = printRankIntermedResults;
+    for (int t = 0; t < 4; t++) labelRows[t] = labels[t];
+    chLabel = labelRows;
+    weight = allWeights;
+    nMinTraitsChRank = 1;
+    nMaxTraitsChRank = 3;
+    printRankIntermedResults = 'y';
+    savedT2 = t2;
+    t2 = clock() + (clock_t)1000000000;  // no progress line in the test's output
+  }
+  ~SearchSession() {
+    t2 = savedT2;
+    chLabel = savedLabels;
+    nMinTraitsChRank = savedMin;
+    nMaxTraitsChRank = savedMax;
+    printRankIntermedResults = savedIntermediate;
+  }
+};
+
+std::string Search(RankMember* m, int threads, int rows) {
+  RankTable table;
+  RankTableAlloc(&table, rows, 4);
+  RankBest best;
+  RankBestAlloc(&best, 4, m->startValue);
+  FILE* f = tmpfile();
+  RankSearchRun(m, threads, f, nullptr, &table, &best, 14);
+  RankReportEnd(f, m, &table, &best, nullptr);
+  std::string text = Contents(f);
+  fclose(f);
+  RankBestFree(&best, 4);
+  RankTableFree(&table);
+  return text;
+}
+
+bool Has(const std::string& text, const std::string& line) { return text.find(line) != std::string::npos; }
+
+}  // namespace
+
+TEST(RankingSearch, BestsTiesTableAndThreads) {
+  SearchSession session;
+  RankMember m = {-1.79769313486231570815e+308, false, false, EvaluateKnown, LineKnown, nullptr};
+  std::string one = Search(&m, 1, 4);
+  EXPECT_EQ(Search(&m, 2, 4), one) << "the same text on two threads";
+  EXPECT_TRUE(Has(one, "0.5\ta \t\n0.25\tb \t\n0.5\tc \t\n-0.5\td \t\n")) << "lines in enumeration order";
+  EXPECT_TRUE(Has(one, "Ranking criterion value and optimal subset with 1 traits: \t0.5         \ta \t\n"))
+      << "a tie stays with the first subset";
+  EXPECT_TRUE(Has(one, "with 2 traits: \t0.5         \ta \tc \t\n"));
+  EXPECT_TRUE(Has(one, "with 3 traits: \t0.75        \ta \tb \tc \t\n"));
+  // Three kept subsets of all sizes, the best first; negatives never enter.
+  EXPECT_TRUE(Has(one, "TRC         \tSubset of traits\n0.75        \ta \tb \tc \t\n0.5         \t"));
+  EXPECT_FALSE(Has(one, "-0.5        \td \t\n")) << "a negative in the table";
+  EXPECT_TRUE(Has(one, "for each number of traits:\nTRC         \tSubset of traits\n0.5          \ta \t\n"
+                       "0.5          \ta \tc \t\n0.75         \ta \tb \tc \t\n"));
+}
+
+TEST(RankingSearch, AbsoluteMemberAndExcludedTraits) {
+  SearchSession session;
+  session.allWeights[2] = 0.0;  // trait c left out: its subsets are skipped
+  RankMember m = {0.0, true, true, EvaluateKnown, LineKnown, nullptr};
+  std::string one = Search(&m, 1, 4);
+  EXPECT_EQ(Search(&m, 2, 4), one);
+  EXPECT_FALSE(Has(one, "\tc \t")) << "no line holds the excluded trait";
+  EXPECT_TRUE(Has(one, "with 1 traits: \t0.5         \ta \t\n")) << "-0.5 of d ties by its absolute value";
+  EXPECT_TRUE(Has(one, "with 2 traits: \t-0.75       \tb \td \t\n")) << "a negative wins by its absolute value";
+  EXPECT_TRUE(Has(one, "with 3 traits: \t-0.875      \ta \tb \td \t\n"));
+  nMinTraitsChRank = nMaxTraitsChRank = 2;
+  session.allWeights[2] = 1.0;
+  session.allWeights[0] = session.allWeights[1] = session.allWeights[3] = 0.0;
+  std::string none = Search(&m, 2, 4);
+  EXPECT_TRUE(Has(none, "with 2 traits: \t0           \tnone\n")) << "no subset evaluated";
+  EXPECT_TRUE(Has(none, "0            \tnone\n"));
 }
