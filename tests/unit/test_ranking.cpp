@@ -480,7 +480,7 @@ bool Has(const std::string& text, const std::string& line) { return text.find(li
 
 TEST(RankingSearch, BestsTiesTableAndThreads) {
   SearchSession session;
-  RankMember m = {-1.79769313486231570815e+308, false, false, EvaluateKnown, LineKnown, nullptr};
+  RankMember m = {-1.79769313486231570815e+308, false, false, EvaluateKnown, LineKnown, nullptr, nullptr, nullptr, nullptr};
   std::string one = Search(&m, 1, 4);
   EXPECT_EQ(Search(&m, 2, 4), one) << "the same text on two threads";
   EXPECT_TRUE(Has(one, "0.5\ta \t\n0.25\tb \t\n0.5\tc \t\n-0.5\td \t\n")) << "lines in enumeration order";
@@ -498,7 +498,7 @@ TEST(RankingSearch, BestsTiesTableAndThreads) {
 TEST(RankingSearch, AbsoluteMemberAndExcludedTraits) {
   SearchSession session;
   session.allWeights[2] = 0.0;  // trait c left out: its subsets are skipped
-  RankMember m = {0.0, true, true, EvaluateKnown, LineKnown, nullptr};
+  RankMember m = {0.0, true, true, EvaluateKnown, LineKnown, nullptr, nullptr, nullptr, nullptr};
   std::string one = Search(&m, 1, 4);
   EXPECT_EQ(Search(&m, 2, 4), one);
   EXPECT_FALSE(Has(one, "\tc \t")) << "no line holds the excluded trait";
