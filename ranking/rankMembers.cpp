@@ -320,31 +320,10 @@ static void HeaderTDAP_TCAP(FILE* f) {
 }
 
 static void HeaderTDAP(FILE* f) {
-  RankReportTop(f);
-  fprintf(f, "Trait-based approach: %s\n", OptionText(traitBasedOptInfo, 2, traitBasedOpt));
-  fprintf(f, optUnitTotalAdjust1
-                 ? "Community data matrix W adjusted to unit totals prior to trait convergence evaluation.\n"
-                 : "Community data matrix W NOT adjusted to unit totals prior to trait convergence evaluation.\n");
-  fprintf(f, optUnitTotalAdjust2 ? "Community data matrix W adjusted to unit totals prior to evaluation.\n"
-                                 : "Community data matrix W NOT adjusted to unit totals prior to evaluation.\n");
-  fprintf(f, "Trait ranking criterion (TRC): %s\n", OptStructText(opt_struct));
-  fprintf(f, "Correlation measure: %s\n", OptionText(opt_roInfo, 3, opt_ro));
-  fprintf(f, "Pooling of OTUs: %s\n", OptionText(poolCSToptInfo, 2, poolCSTopt));
-  RankReportPartition(f);
-  fprintf(f, "Resemblance function between OTUs: %s\n", OptionText(reseCSToptInfo, 2, reseCSTopt));
-  if (reseCSTopt == 1)
-    fprintf(f, "Gower similarity modified to count matching absences in binary traits? %s\n",
-            YesNotInfo[countDoubleAbsence != 0]);
-  fprintf(f, "Ranking algorithm: %s\n", OptionText(rankingAlgorithmInfo, 2, rankingAlgorithm));
-  RankReportTraits(f);
-  fprintf(f, "Fuzzy transformation: %s\n", OptionText(fuzzyInfo, 4, fuzzy + 1));
-  RankReportResemblance(f);
-  if (opt_ro != 1)
-    fprintf(f,
-            "For partial matrix correlations, the factor (f) for limiting the number of predictors in PCA "
-            "regression in relation to sample size n (number of predictors = n/f): %g\n",
-            overfitFactorPCARegr);
-  RankReportIntermediateHeading(f);
+  RankHeaderStyle style = {false, true, true,
+                           "Gower similarity modified to count matching absences in binary traits? %s\n",
+                           false, 1, true, false};
+  RankHeaderComposition(f, &style);
 }
 
 static const char* TDAPHeading() {
