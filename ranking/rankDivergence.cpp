@@ -30,6 +30,8 @@ struct DivergenceWork {
   double** D;    // [ncsm][1] dark diversity of each community
   RankPairs dr;  // DR, |R[i] - R[j]|
   RankPairs ds;  // DS, distances between the dark diversities
+  double* distances;  // [G * G] distances between the first types' OTUs
+  double* shares;     // [G] a community's shares of them
 };
 
 struct DivergenceRun {
@@ -51,6 +53,68 @@ double PlainMantel(const RankRun* base, RankThreadWork* w, RankPairs* p) {
   RankPairsToMatrix(ncsm, p->d, w->scratchB);
   return MatrixCorr(ncsm, base->env.DE, w->scratchB);
 }
+
+}  // namespace
+
+void RankRaoEntropies(int g, int rows, double** W, double** S, bool sqrtDissim, double* distances, double* shares,
+                      double** R) {
+  // The distances of the pairs don't change from one community to the
+  // next: taken once, each is the value the entropy of a single community
+  // would compute, from the upper triangle. A missing similarity leaves its
+  // pair out.
+  for (int i = 0; i < g; i++)
+    for (int j = i + 1; j < g; j++) S[j][i] = S[i][j];
+  for (int i = 0; i < g; i++)
+    for (int j = 0; j < g; j++) {
+      double s = S[i][j];
+      distances[i * g + j] = s == kMissing ? kMissing : sqrtDissim ? sqrt(1.0 - s) : 1.0 - s;
+    }
+  for (int c = 0; c < rows; c++) {
+    const double* a = W[c];
+    double total = 0.0;
+    for (int i = 0; i < g; i++)
+      if (a[i] != kMissing) total += a[i];
+    R[c][0] = 0.0;
+    if (!(total > 0.0) || g < 1) continue;
+    for (int j = 0; j < g; j++) shares[j] = a[j] / total;
+    double sum = 0.0;
+    for (int i = 0; i < g; i++) {
+      if (a[i] == kMissing) continue;
+      double pi = shares[i];
+      const double* d = distances + i * g;
+      for (int j = 0; j < g; j++) {
+        if (d[j] == kMissing || a[j] == kMissing) continue;
+        sum += pi * (shares[j] * d[j]);
+      }
+    }
+    R[c][0] = sum;
+  }
+}
+
+// The similarities among the first g OTUs alone, all that the entropies of
+// criterion 16 read: each pair the average of the subset's partial
+// similarities, summed over its traits in ascending order as the whole
+// matrix sums them, so the values are the same.
+void RankLeadingSimilarity(const RankCube* c, const RankSubset* s, int g, double** S) {
+  int n = c->nOTUs;
+  double k = s->k;
+  for (int i = 0; i < g; i++) {
+    S[i][i] = 1.0;
+    for (int j = i + 1; j < g; j++) {
+      long q = (long)i * n - (long)i * (i + 1) / 2 + (j - i - 1);
+      double acc = 0.0, count = 0.0;
+      for (int m = 0; m < s->k; m++) {
+        int t = s->list[m] - 1;
+        acc += c->entry[t][q];
+        count += c->present[t][q];
+      }
+      double v = c->complete ? acc / k : (count > 0.0 ? acc / count : kMissing);
+      S[i][j] = S[j][i] = v;
+    }
+  }
+}
+
+namespace {
 
 // DR from the entropies, as the absolute value function over one column.
 void EntropyPairs(const double* const* R, RankPairs* p) {
@@ -148,14 +212,16 @@ void EvaluateDivergence(void* context, int thread, const RankSubset* s, RankResu
     else if (mode == 5 || mode == 8)
       r.rTZ = Congruence(nch, tcst, w->T, run->Z);
   }
-  if (withX || withR) SubsetSimilarity(base, w, s);
+  // Criterion 16 alone needs no belonging: only the first types' similarities.
+  bool leading = !withX && withR && reseCSTopt == 1;
+  if ((withX || withR) && !leading) SubsetSimilarity(base, w, s);
   TypesLoop(s, result, [&](int g) {
+    if (leading) RankLeadingSimilarity(&base->cube, s, g, w->S);
     double** U = withX ? SubsetComposition(base, w, g) : nullptr;
     // Entropy and dark diversity read the first g OTUs only: with each OTU
     // its own type that is the whole community, with fewer types it is not.
     // Intended: both depend on the number of types this way.
-    for (int c = 0; withR && c < ncsm; c++)
-      v->R[c][0] = RaoIndex(g, base->W1[c], w->S, false, sqrtDissimOpt_RaoTraits != 0);
+    if (withR) RankRaoEntropies(g, ncsm, base->W1, w->S, sqrtDissimOpt_RaoTraits != 0, v->distances, v->shares, v->R);
     for (int c = 0; withD && c < ncsm; c++) v->D[c][0] = SumAbsDeviations(g, base->W1[c], w->X[c], false);
     if (withD) RankEuclidPairs(ncsm, 1, v->D, w->xt, w->rowAcc, &v->ds);
     double value;
@@ -245,6 +311,8 @@ void PrepareDivergence(void* context) {
     DivergenceWork* v = &run->work[t];
     v->R = dim2Double(n, 1);
     v->D = dim2Double(n, 1);
+    v->distances = dim1Double(AtLeast1(nMaxCSTGroupsChRank * nMaxCSTGroupsChRank));
+    v->shares = dim1Double(AtLeast1(nMaxCSTGroupsChRank));
     RankPairsAlloc(&v->dr, base->env.pairs);
     RankPairsAlloc(&v->ds, base->env.pairs);
   }
@@ -257,6 +325,8 @@ void ReleaseDivergence(void* context) {
     DivergenceWork* v = &run->work[t];
     free2D(v->R, n);
     free2D(v->D, n);
+    free1D(v->distances);
+    free1D(v->shares);
     RankPairsFree(&v->dr);
     RankPairsFree(&v->ds);
   }

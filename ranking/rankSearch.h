@@ -342,6 +342,16 @@ inline void TypesLoop(const RankSubset* s, RankResult* result, Pass pass) {
   }
 }
 
+// Rao entropy R[c][0] of each of `rows` communities over their first g
+// OTUs (rows of W) with d = 1 - S or its square root: what RaoIndex gives,
+// with the distances taken once for all communities. distances holds g * g
+// doubles, shares g.
+void RankRaoEntropies(int g, int rows, double** W, double** S, bool sqrtDissim, double* distances, double* shares,
+                      double** R);
+
+// S among the first g OTUs only (both triangles), as RankSimilarity gives it.
+void RankLeadingSimilarity(const RankCube* c, const RankSubset* s, int g, double** S);
+
 // ---- Members with data of their own ----
 // How the header of a member on the composition of types differs from the
 // header of the search for r(XE.T).
