@@ -229,7 +229,7 @@ void EvaluateDivergence(void* context, int thread, const RankSubset* s, RankResu
       value = ValueByCongruence(run, w, v, s, g, r.rTZ);
     } else {
       if (withR) EntropyPairs(v->R, &v->dr);
-      if (withX && mode != 1 && mode != 3) {
+      if (withX && (record || (mode != 1 && mode != 3))) {
         CommunityResemblance(w, w->X, g, rese_opt, &w->dx);
         r.rXE = RankMantelWith(ncsm, &base->env.de, &w->dx, w->scratchA, w->scratchB);
         if (smoothed) r.rXZ = RankMantel(ncsm, &run->dz, &w->dx, w->scratchA, w->scratchB);
