@@ -561,3 +561,11 @@ double PartialMatrixCorr(int n, double** a, double** b, double** c)
     double rBC = ssB == 0.0 || ssC == 0.0 ? 0.0 : cBC / std::sqrt(ssB * ssC);
     return PartialCorrelation(rAB, rAC, rBC);
 }
+
+double RhoResemblance(int n, double** a, double** b) {
+  if (n >= 3) return MatrixCorr(n, a, b);
+  if (n < 2) return NAN;  // no pair of communities to compare
+  double x = a[0][1], y = b[0][1];
+  double larger = x > y ? x : y;
+  return 1.0 - std::fabs(x - y) / larger;
+}

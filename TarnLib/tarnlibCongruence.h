@@ -65,4 +65,9 @@ double MatrixEudDist(int n, double** a, double** b);
 double MatrixDist(int n, double** a, double** b);
 double PartialMatrixCorr(int n, double** a, double** b, double** c);
 
+// Congruence rho of two resemblance matrices between n communities (values in
+// the upper triangle): MatrixCorr for n >= 3, otherwise 1 - |a - b| / max(a, b)
+// on the single pair, row 0 column 1.
+double RhoResemblance(int n, double** a, double** b);
+
 #endif

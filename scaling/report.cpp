@@ -5,7 +5,7 @@
 
 #include "TarnLib/tarnlibRandom.h"
 #include "TarnLib/tarnlibTables.h"
-#include "permutation/permTest.h"
+#include "permutation/permCorrel.h"
 #include "scaling/settings.h"
 #include "scaling/scalingUp.h"
 #include "session/session.h"

@@ -16,7 +16,7 @@
 #include "TarnLib/tarnlibRandom.h"
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
-#include "permutation/permTest.h"
+#include "permutation/permCorrel.h"
 #include "scaling/community.h"
 #include "scaling/report.h"
 #include "scaling/settings.h"
@@ -33,7 +33,6 @@ int nMaxCSTGroupsChRank = 0;
 int nMinTraitsChRank = 0;
 int nMaxTraitsChRank = 0;
 int nKeepTrack = 100;
-time_t time0 = 0;
 char whichRndData[48] = "NULL";
 
 // Working storage of one run, allocated once at its start and released at its end.
@@ -103,14 +102,6 @@ struct ScalingWork {
 };
 
 static int AtLeast1(int n) { return n > 0 ? n : 1; }
-
-double RhoResemblance(int n, double** a, double** b) {
-  if (n >= 3) return MatrixCorr(n, a, b);
-  if (n < 2) return NAN;  // no pair of communities to compare
-  double x = a[0][1], y = b[0][1];
-  double larger = x > y ? x : y;
-  return 1.0 - fabs(x - y) / larger;
-}
 
 static void AllocateWork(ScalingWork* w) {
   int n = AtLeast1(ncsm), o = AtLeast1(tcst), p = AtLeast1(nch), e = AtLeast1(nenv);

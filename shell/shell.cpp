@@ -31,6 +31,7 @@ int is80CharLine = 0;
 clock_t t1 = 0;
 clock_t t2 = 0;
 time_t timeStart = 0;
+time_t time0 = 0;
 double Clocks_Event = 50.0;
 const char lineL[] = "----------------------------------------------------------------------";
 const char version[] = "CHARACTER-BASED COMMUNITY ANALYSIS                    KOLVEN v.2.11.13";

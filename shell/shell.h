@@ -28,6 +28,7 @@ extern int is80CharLine;            // second flag of the same kind
 extern clock_t t1;                  // clock() at start
 extern clock_t t2;                  // clock() at the latest progress line
 extern time_t timeStart;            // time() at start
+extern time_t time0;                // start of the latest permutation test or search
 extern double Clocks_Event;         // recomputed by AdjustClocks_Event; unread
 extern const char lineL[];          // rule of 70 hyphens
 extern const char version[];        // program title and version, 70 characters

@@ -212,16 +212,3 @@ TEST(ScalingUpRun, SingletonTypesEndTheReportAfterTheSimilarity) {
   EXPECT_EQ(r.substr(r.size() - 2), "\n\n") << "the report still closes with its new line";
   FreeSmallSession();
 }
-
-TEST(ScalingUpRho, PairFormulaAndMatrixCorrelation) {
-  double a0[3] = {0, 2.5, 1.25}, a1[3] = {0, 0, 3.75}, a2[3] = {0, 0, 0};
-  double b0[3] = {0, 1.0, 2.0}, b1[3] = {0, 0, 4.5}, b2[3] = {0, 0, 0};
-  double* a[3] = {a0, a1, a2};
-  double* b[3] = {b0, b1, b2};
-  EXPECT_NEAR(RhoResemblance(2, a, b), 1.0 - 1.5 / 2.5, 1e-12);
-  // Pearson of (2.5, 1.25, 3.75) and (1, 2, 4.5)
-  EXPECT_NEAR(RhoResemblance(3, a, b), 0.6933752, 1e-6);
-  b0[1] = 0.0;
-  a0[1] = 0.0;
-  EXPECT_TRUE(std::isnan(RhoResemblance(2, a, b))) << "two zero distances: 0/0";
-}
