@@ -343,8 +343,6 @@ void HeaderDivergence(FILE* f) {
   RankHeaderComposition(f, &style);
 }
 
-void CompanionStartDivergence(FILE* f, void* context) { RankCompanionStart(f, &((DivergenceRun*)context)->base); }
-
 void FinishDivergence(void* context, FILE* f, const RankMember* m, RankTable* table, RankBest* best) {
   DivergenceRun* run = (DivergenceRun*)context;
   int ro = opt_ro >= 1 && opt_ro <= 3 ? opt_ro : 1;
@@ -369,7 +367,7 @@ void ChRankAlphaBetaDivergence(int mode) {
   RankMember m = {absolute ? 0.0 : -DBL_MAX, absolute, absolute, EvaluateDivergence, LineDivergence, &run,
                   nullptr, nullptr,
                   "Ranking criterion value, groups and optimal subset with %d traits: \t%-*.*g\t%d groups\t"};
-  RankMemberHooks hooks = {whichStructures, PrepareDivergence, HeaderDivergence, CompanionStartDivergence,
+  RankMemberHooks hooks = {9, whichStructures, HeaderDivergence, nullptr, PrepareDivergence, nullptr,
                            FinishDivergence, ReleaseDivergence};
   RankRunWithData(&m, &run.base, &hooks);
 }

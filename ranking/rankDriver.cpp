@@ -66,16 +66,16 @@ void RankHeaderComposition(FILE* f, const RankHeaderStyle* style) {
 }
 
 void RankRunWithData(RankMember* m, RankRun* run, const RankMemberHooks* hooks) {
-  // The member starts as the search for r(XE.T) does, clock seed included,
-  // though no step draws on it.
-  InitRndNumberGenerator((unsigned long)time(nullptr));
+  // The search for r(XE.T), and the members built on it, seed the generator
+  // from the clock, though no step draws on it.
+  if (hooks->member == 9) InitRndNumberGenerator((unsigned long)time(nullptr));
   FILE* companion = nullptr;
   if (saveStruct == 'y') {
     companion = fopenck(hooks->companionName, volumeName, "w");
     if (companion == nullptr) FailJump(FAIL_OPEN);
   }
-  RankRunPrepare(run, 9);
-  hooks->prepare(m->context);
+  RankRunPrepare(run, hooks->member);
+  if (hooks->prepare != nullptr) hooks->prepare(m->context);
   RankTable table;
   RankTableAlloc(&table, nKeepTrack + 1, nch);
   RankBest best;
@@ -85,13 +85,17 @@ void RankRunWithData(RankMember* m, RankRun* run, const RankMemberHooks* hooks) 
   FILE* f = fopenck(whichChorder, volumeName, "w");
   if (f == nullptr) FailJump(FAIL_OPEN);
   hooks->header(f);
-  if (companion != nullptr) hooks->companionStart(companion, m->context);
+  if (companion != nullptr && hooks->companionStart != nullptr) hooks->companionStart(companion, m->context);
+  if (companion != nullptr && hooks->companionStart == nullptr) RankCompanionStart(companion, run);
   RankSearchRun(m, run->nThreads, f, companion, &table, &best, total);
-  hooks->finish(m->context, f, m, &table, &best);
+  if (hooks->finish != nullptr)
+    hooks->finish(m->context, f, m, &table, &best);
+  else
+    RankReportEnd(f, m, &table, &best, hooks->heading);
   fclose(f);
   if (companion != nullptr) fclose(companion);
   RankBestFree(&best, nch);
   RankTableFree(&table);
-  hooks->release(m->context);
+  if (hooks->release != nullptr) hooks->release(m->context);
   RankRunFree(run);
 }

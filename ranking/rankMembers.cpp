@@ -340,31 +340,9 @@ static const char* TDAPHeading() {
 // The run common to the three: files, header, search, final lists.
 static void RunMember(int member, RankMember* m, void (*header)(FILE*), const char* heading) {
   RankRun run;
-  if (member == 9) InitRndNumberGenerator((unsigned long)time(nullptr));  // no step draws on it
-  FILE* companion = nullptr;
-  if (saveStruct == 'y') {
-    companion = fopenck(whichStructures, volumeName, "w");
-    if (companion == nullptr) FailJump(FAIL_OPEN);
-  }
-  RankRunPrepare(&run, member);
-  RankTable table;
-  RankTableAlloc(&table, nKeepTrack + 1, nch);
-  RankBest best;
-  RankBestAlloc(&best, nch, m->startValue);
-  long long total = 0;
-  for (int k = nMinTraitsChRank; k <= nMaxTraitsChRank; k++) total += RankCombinations(nch, k);
-  FILE* f = fopenck(whichChorder, volumeName, "w");
-  if (f == nullptr) FailJump(FAIL_OPEN);
-  header(f);
-  if (companion != nullptr) RankCompanionStart(companion, &run);
   m->context = &run;
-  RankSearchRun(m, run.nThreads, f, companion, &table, &best, total);
-  RankReportEnd(f, m, &table, &best, heading);
-  fclose(f);
-  if (companion != nullptr) fclose(companion);
-  RankBestFree(&best, nch);
-  RankTableFree(&table);
-  RankRunFree(&run);
+  RankMemberHooks hooks = {member, whichStructures, header, heading, nullptr, nullptr, nullptr, nullptr};
+  RankRunWithData(m, &run, &hooks);
 }
 
 void ChRankTCAP() {

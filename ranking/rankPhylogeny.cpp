@@ -215,10 +215,6 @@ void CompanionStartPSAP(FILE* f, void* context) {
   CompanionTraitMatrix(f, &run->base);
 }
 
-void FinishPSAP(void*, FILE* f, const RankMember* m, RankTable* table, RankBest* best) {
-  RankReportEnd(f, m, table, best, "\n\nTrait subsets with maximum matrix correlation:\nTRC\toptimal subset of traits\n");
-}
-
 // ---- Niche conservation: ro(PT) * ro(TE), ro(PX) * ro(XE) ----
 
 // The values of one evaluation, in the order of its line.
@@ -391,8 +387,9 @@ void ChRankPhylogenyAssembly() {
   bool absolute = opt_struct == 12;
   RankMember m = {absolute ? 0.0 : -DBL_MAX, absolute, absolute, EvaluatePSAP, LinePSAP, &run,
                   nullptr, nullptr, nullptr};
-  RankMemberHooks hooks = {"IntermediateRankResults.txt", PreparePSAP, HeaderPSAP, CompanionStartPSAP, FinishPSAP,
-                           ReleasePSAP};
+  RankMemberHooks hooks = {9, "IntermediateRankResults.txt", HeaderPSAP,
+                           "\n\nTrait subsets with maximum matrix correlation:\nTRC\toptimal subset of traits\n",
+                           PreparePSAP, CompanionStartPSAP, nullptr, ReleasePSAP};
   RankRunWithData(&m, &run.base, &hooks);
 }
 
@@ -404,7 +401,7 @@ void ChRank_Phylogeny_x_Trait_Assembly() {
   // them, so that order is the signed one.
   RankMember m = {-DBL_MAX, false, false, EvaluateNiche, LineNiche, &run, MergeNiche, LineEndNiche,
                   "Ranking criterion values, groups and optimal subset with %d traits: \t%-*.*g\t%d groups\t"};
-  RankMemberHooks hooks = {whichStructures, PrepareNiche, HeaderNiche, CompanionStartNiche, FinishNiche,
+  RankMemberHooks hooks = {9, whichStructures, HeaderNiche, nullptr, PrepareNiche, CompanionStartNiche, FinishNiche,
                            ReleaseNiche};
   RankRunWithData(&m, &run.base, &hooks);
 }

@@ -367,18 +367,22 @@ struct RankHeaderStyle {
 };
 void RankHeaderComposition(FILE* f, const RankHeaderStyle* style);
 
-// What a member adds to the shared run; each receives the member's context.
+// How a member's run goes beyond the shared search; the functions receive
+// the member's context.
 struct RankMemberHooks {
-  const char* companionName;                        // file of the intermediate matrices
-  void (*prepare)(void* context);                   // the member's data, after the shared run data
-  void (*header)(FILE* f);                          // report header
-  void (*companionStart)(FILE* f, void* context);   // what the companion file holds first
-  // The report after the search.
+  int member;                 // the shared run data are those of criterion 10, 1 or 9
+  const char* companionName;  // file of the intermediate matrices (saveStruct 'y')
+  void (*header)(FILE* f);    // report header
+  const char* heading;        // list of maximum rank: its heading (null: the plain one)
+  // Optional, null when unused:
+  void (*prepare)(void* context);                  // the member's own data, after the shared ones
+  void (*companionStart)(FILE* f, void* context);  // null: DE and B, as the shared data give them
+  // The report after the search; null: the ranking table and the bests.
   void (*finish)(void* context, FILE* f, const RankMember* m, RankTable* table, RankBest* best);
-  void (*release)(void* context);                   // frees the member's data
+  void (*release)(void* context);                  // frees the member's own data
 };
-// Runs member m whose context holds *run: the shared run data (as for
-// r(XE.T)), the member's own, the search and the report into whichChorder.
+// Runs member m, whose context holds *run: files, the shared run data and
+// the member's own, header, search and report into whichChorder.
 void RankRunWithData(RankMember* m, RankRun* run, const RankMemberHooks* hooks);
 
 // ---- Companion file of the intermediate matrices (saveStruct 'y') ----
