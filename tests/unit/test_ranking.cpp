@@ -10,6 +10,7 @@
 #include "TarnLib/tarnlibRandom.h"
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
+#include "permutation/permKernels.h"
 #include "ranking/rankSearch.h"
 #include "ranking/ranking.h"
 #include "scaling/community.h"
@@ -188,10 +189,19 @@ TEST(RankingKernels, ProductAndDistancesMatchTheLibrary) {
     for (int k = 0; k < g; k++) U[i][k] = r.Next();
   RankOccurrences o;
   RankOccurrencesBuild(&o, rows, otus, W);
-  RankProduct(&o, g, U, X);
+  std::vector<double*> rowsOf(o.start[rows]);
+  for (int q = 0; q < o.start[rows]; q++) rowsOf[q] = U[o.column[q]];
   MatrixProdMV(rows, otus, otus, g, W, U, want);
-  for (int c = 0; c < rows; c++)
-    for (int k = 0; k < g; k++) ExpectSameBits(X[c][k], want[c][k], "X");
+  const PermKernels* forms[2] = {&permKernelsTwoLane, permKernelsWide};
+  const PermKernels* inUse = permKernels;
+  for (const PermKernels* form : forms) {
+    if (form == nullptr) continue;
+    permKernels = form;
+    RankProduct(&o, g, rowsOf.data(), X);
+    for (int c = 0; c < rows; c++)
+      for (int k = 0; k < g; k++) ExpectSameBits(X[c][k], want[c][k], std::string("X, ") + form->name);
+  }
+  permKernels = inUse;
   EXPECT_EQ(X[2][0], M) << "a zero sum with a skipped term is missing";
   RankOccurrencesFree(&o);
 
@@ -205,10 +215,22 @@ TEST(RankingKernels, ProductAndDistancesMatchTheLibrary) {
     RankPairs p;
     RankPairsAlloc(&p, rows * (rows - 1) / 2);
     std::vector<double> xt(g * rows), acc(rows);
-    RankEuclidPairs(rows, g, X, xt.data(), acc.data(), &p);
-    long q = 0;
-    for (int i = 0; i < rows; i++)
-      for (int j = i + 1; j < rows; j++) ExpectSameBits(p.d[q++], D[i][j], "DX");
+    Mat work(rows, rows);
+    // Each form of the distance loops that this processor can run.
+    for (const PermKernels* form : forms) {
+      if (form == nullptr) continue;
+      permKernels = form;
+      RankEuclidPairs(rows, g, X, xt.data(), acc.data(), work, &p);
+      long q = 0;
+      double sum = 0.0;
+      for (int i = 0; i < rows; i++)
+        for (int j = i + 1; j < rows; j++) {
+          ExpectSameBits(p.d[q++], D[i][j], std::string("DX, ") + form->name);
+          sum += D[i][j];
+        }
+      ExpectSameBits(p.sum, sum, "sum of the pairs");
+    }
+    permKernels = inUse;
     RankPairsFree(&p);
   }
 }
