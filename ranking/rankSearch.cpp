@@ -164,22 +164,12 @@ int RankThreads(bool companion) {
   return n > 0 ? n : 1;
 }
 
-// Evaluates count subsets into results; the order of evaluation doesn't
-// matter, since each result has its own place and the merge reads them in
-// enumeration order.
-static void EvaluateChunk(RankMember* m, int nThreads, RankSubset* subsets, RankResult* results, int count,
-                          FILE* companion) {
-  if (nThreads <= 1 || companion != nullptr) {
-    for (int s = 0; s < count; s++) {
-      results[s].evaluated = false;
-      if (!subsets[s].skipped) m->evaluate(m->context, 0, &subsets[s], &results[s], companion);
-    }
-    return;
-  }
-#pragma omp parallel for schedule(dynamic, 8) num_threads(nThreads)
+// Evaluates a chunk on the calling thread, in enumeration order (the order
+// of the companion file).
+static void EvaluateSerially(RankMember* m, RankSubset* subsets, RankResult* results, int count, FILE* companion) {
   for (int s = 0; s < count; s++) {
     results[s].evaluated = false;
-    if (!subsets[s].skipped) m->evaluate(m->context, omp_get_thread_num(), &subsets[s], &results[s], nullptr);
+    if (!subsets[s].skipped) m->evaluate(m->context, 0, &subsets[s], &results[s], companion);
   }
 }
 
@@ -272,14 +262,15 @@ static void MergeChunk(MergeState* st, const RankChunk* c) {
 }
 
 // Merges `done` while `next` is evaluated: on threads the main thread merges
-// first and then joins the evaluation, which the others have begun. The
+// first and then joins the evaluation, which the others have begun; each
+// result has its own place, so the order of evaluation doesn't matter. The
 // merge writes only the file, the console and the bests; the evaluation only
 // the work arrays and next's results.
 static void MergeWhileEvaluating(MergeState* st, int nThreads, const RankChunk* done, RankChunk* next,
                                  FILE* companion) {
   if (nThreads <= 1 || companion != nullptr) {
     if (done != nullptr) MergeChunk(st, done);
-    if (next != nullptr) EvaluateChunk(st->m, 1, next->subsets, next->results, next->count, companion);
+    if (next != nullptr) EvaluateSerially(st->m, next->subsets, next->results, next->count, companion);
     return;
   }
   RankMember* m = st->m;
