@@ -13,6 +13,7 @@
 #include "TarnLib/tarnlibNum.h"
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
+#include "permutation/permKernels.h"
 #include "ranking/rankSearch.h"
 #include "scaling/settings.h"
 #include "scaling/similarity.h"
@@ -105,7 +106,7 @@ double RankMantelWith(int n, const RankPairs* a, RankPairs* b, double** scratchA
   }
   b->ss = ss;
   b->ok = true;
-  return (a->ss == 0.0 || ss == 0.0) ? 0.0 : cross / sqrt(a->ss * ss);
+  return RhoOfSums(cross, a->ss, ss);
 }
 
 void RankMatrixToPairs(int n, double** D, RankPairs* p) {
@@ -430,49 +431,30 @@ RANK_LANES void RankBelonging(const RankTypes* t, double** S, bool mirror, doubl
   UnitSumRowsAdjMV(n, g, U, U);
 }
 
-RANK_LANES void RankProduct(const RankOccurrences* o, int g, double** U, double** X) {
+void RankProduct(const RankOccurrences* o, int g, double* const* rows, double** X) {
   for (int c = 0; c < o->rows; c++) {
-    double* x = X[c];
-    for (int k = 0; k < g; k++) x[k] = 0.0;
-    for (int q = o->start[c]; q < o->start[c + 1]; q++) {
-      double w = o->weight[q];
-      const double* u = U[o->column[q]];
-      for (int k = 0; k < g; k++) x[k] += w * u[k];
-    }
+    int first = o->start[c];
+    OccurrenceRowProducts(o->start[c + 1] - first, o->weight + first, rows + first, g, X[c]);
     if (o->missing[c])
       for (int k = 0; k < g; k++)
-        if (x[k] == 0.0) x[k] = kMissing;
+        if (X[c][k] == 0.0) X[c][k] = kMissing;
   }
 }
 
-RANK_LANES void RankEuclidPairs(int rows, int g, double** X, double* xt, double* acc, RankPairs* p) {
-  double* d = p->d;
+// The distances over the pairs, left out where either value is -999.
+RANK_LANES static double MissingEuclidPairs(int rows, int g, const double* xt, double* acc, double* d) {
   double sum = 0.0;
-  bool missing = false;
-  for (int k = 0; k < g; k++)
-    for (int c = 0; c < rows; c++) {
-      double x = X[c][k];
-      missing |= x == kMissing;
-      xt[(long)k * rows + c] = x;
-    }
   long q = 0;
   for (int i = 0; i < rows - 1; i++) {
     for (int j = i + 1; j < rows; j++) acc[j] = 0.0;
     for (int k = 0; k < g; k++) {
       const double* col = xt + (long)k * rows;
       double a = col[i];
-      if (missing) {
-        for (int j = i + 1; j < rows; j++) {
-          double b = col[j];
-          double diff = a - b;
-          // A term with -999 on either side is left out: it adds an exact 0.
-          acc[j] += (a == kMissing || b == kMissing) ? 0.0 : diff * diff;
-        }
-      } else {
-        for (int j = i + 1; j < rows; j++) {
-          double diff = a - col[j];
-          acc[j] += diff * diff;
-        }
+      for (int j = i + 1; j < rows; j++) {
+        double b = col[j];
+        double diff = a - b;
+        // A term with -999 on either side is left out: it adds an exact 0.
+        acc[j] += (a == kMissing || b == kMissing) ? 0.0 : diff * diff;
       }
     }
     for (int j = i + 1; j < rows; j++) {
@@ -481,9 +463,22 @@ RANK_LANES void RankEuclidPairs(int rows, int g, double** X, double* xt, double*
       sum += x;
     }
   }
+  return sum;
+}
+
+void RankEuclidPairs(int rows, int g, double** X, double* xt, double* acc, double** D, RankPairs* p) {
+  if (ColumnsOf(rows, g, X, xt)) {
+    LaneMatrix m = {g, xt, D, 0.0};
+    CommunityDistances(rows, &m, nullptr, nullptr, nullptr, nullptr);
+    RankMatrixToPairs(rows, D, p);
+    p->sum = m.total;
+  } else {
+    for (int k = 0; k < g; k++)
+      for (int c = 0; c < rows; c++) xt[(long)k * rows + c] = X[c][k];
+    p->sum = MissingEuclidPairs(rows, g, xt, acc, p->d);
+  }
   // Distances are never -999: the sum of the pairs is all a Mantel
   // correlation needs of this pass.
-  p->sum = sum;
   p->missing = false;
   p->summed = true;
 }

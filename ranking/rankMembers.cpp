@@ -25,6 +25,14 @@ static int AtLeast1(int n) { return n > 0 ? n : 1; }
 
 // ---- Run data ----
 
+// The row of M of each occurrence's OTU, for the products over occurrences.
+static double** OccurrenceRows(const RankRun* run, double** M) {
+  int count = run->occ.start != nullptr ? run->occ.start[run->occ.rows] : 0;
+  double** rows = (double**)dim1D(sizeof(double*), AtLeast1(count));
+  for (int q = 0; q < count; q++) rows[q] = M[run->occ.column[q]];
+  return rows;
+}
+
 static RankThreadWork* AllocThreadWork(const RankRun* run) {
   int n = AtLeast1(ncsm), o = AtLeast1(tcst), p = AtLeast1(nch);
   RankThreadWork* w = (RankThreadWork*)dim1D(sizeof(RankThreadWork), 1);
@@ -49,6 +57,7 @@ static RankThreadWork* AllocThreadWork(const RankRun* run) {
   w->scratchB = dim2Double(n, n);
   RankPairsAlloc(&w->dt, run->env.pairs);
   RankPairsAlloc(&w->dx, run->env.pairs);
+  w->uRows = OccurrenceRows(run, w->U);
   return w;
 }
 
@@ -74,6 +83,7 @@ static void FreeThreadWork(RankThreadWork* w) {
   free2D(w->scratchB, n);
   RankPairsFree(&w->dt);
   RankPairsFree(&w->dx);
+  free1D(w->uRows);
   free1D(w);
 }
 
@@ -114,6 +124,7 @@ static void TypesAndSimilarities(RankRun* run) {
   run->C = dim2Double(o, AtLeast1(nMaxCSTGroupsChRank));
   CrispBelonging(tcst, nMaxCSTGroupsChRank, partition_OTUs, run->C);
   RankOccurrencesBuild(&run->occ, ncsm, tcst, run->W1);
+  run->cRows = OccurrenceRows(run, run->C);
 }
 
 void RankRunPrepare(RankRun* run, int member) {
@@ -148,6 +159,7 @@ void RankRunFree(RankRun* run) {
     RankCubeFree(&run->cube);
     RankTypesFree(&run->types);
     free2D(run->C, o);
+    free1D(run->cRows);
     RankOccurrencesFree(&run->occ);
   }
   if (run->Brange != nullptr) free2D(run->Brange, o);
@@ -165,10 +177,10 @@ void SubsetT(const RankRun* run, const int* mask, double** T) {
 // its conversions, into the pairs of *p.
 void CommunityResemblance(RankThreadWork* w, double** M, int cols, int option, RankPairs* p) {
   if (option == 6 || option == 7) {
-    RankEuclidPairs(ncsm, cols, M, w->xt, w->rowAcc, p);
+    RankEuclidPairs(ncsm, cols, M, w->xt, w->rowAcc, w->D, p);
   } else if (option == 10) {
     NormalizeRowsMV(ncsm, cols, M, w->Xn);
-    RankEuclidPairs(ncsm, cols, w->Xn, w->xt, w->rowAcc, p);
+    RankEuclidPairs(ncsm, cols, w->Xn, w->xt, w->rowAcc, w->D, p);
   } else {
     // Other options write nothing into D: it keeps what it held.
     if (option == 8 || option == 9) AbsValFunctionMV(ncsm, cols, M, w->D);
@@ -202,7 +214,7 @@ double** SubsetComposition(const RankRun* run, RankThreadWork* w, int g) {
     RankBelonging(&run->types, w->S, reseCSTopt == 2, w->U, w->belongWork, w->flag, w->rep);
     U = w->U;
   }
-  RankProduct(&run->occ, g, U, w->X);
+  RankProduct(&run->occ, g, U == w->U ? w->uRows : run->cRows, w->X);
   return U;
 }
 

@@ -166,22 +166,12 @@ int RankThreads(bool companion) {
   return n > 0 ? n : 1;
 }
 
-// Evaluates count subsets into results; the order of evaluation doesn't
-// matter, since each result has its own place and the merge reads them in
-// enumeration order.
-static void EvaluateChunk(RankMember* m, int nThreads, RankSubset* subsets, RankResult* results, int count,
-                          FILE* companion) {
-  if (nThreads <= 1 || companion != nullptr) {
-    for (int s = 0; s < count; s++) {
-      results[s].evaluated = false;
-      if (!subsets[s].skipped) m->evaluate(m->context, 0, &subsets[s], &results[s], companion);
-    }
-    return;
-  }
-#pragma omp parallel for schedule(dynamic, 8) num_threads(nThreads)
+// Evaluates a chunk on the calling thread, in enumeration order (the order
+// of the companion file).
+static void EvaluateSerially(RankMember* m, RankSubset* subsets, RankResult* results, int count, FILE* companion) {
   for (int s = 0; s < count; s++) {
     results[s].evaluated = false;
-    if (!subsets[s].skipped) m->evaluate(m->context, omp_get_thread_num(), &subsets[s], &results[s], nullptr);
+    if (!subsets[s].skipped) m->evaluate(m->context, 0, &subsets[s], &results[s], companion);
   }
 }
 
@@ -228,44 +218,114 @@ static void PrintBestOfSize(FILE* f, const RankMember* m, const RankBest* best, 
   fprintf(f, "\n");
 }
 
+// Subsets handed out together, with their results.
+struct RankChunk {
+  int count;
+  RankSubset* subsets;  // [kChunk]
+  RankResult* results;  // [kChunk]
+  int** lists;          // [kChunk][nch]
+  int** masks;          // [kChunk][nch]
+};
+
+static void ChunkAlloc(RankChunk* c, int n) {
+  c->count = 0;
+  c->subsets = (RankSubset*)dim1D(sizeof(RankSubset), kChunk);
+  c->results = (RankResult*)dim1D(sizeof(RankResult), kChunk);
+  c->lists = dim2Dint(kChunk, n > 0 ? n : 1);
+  c->masks = dim2Dint(kChunk, n > 0 ? n : 1);
+  for (int s = 0; s < kChunk; s++) {
+    c->subsets[s].list = c->lists[s];
+    c->subsets[s].mask = c->masks[s];
+  }
+}
+
+static void ChunkFree(RankChunk* c) {
+  free2D(c->lists, kChunk);
+  free2D(c->masks, kChunk);
+  free1D(c->subsets);
+  free1D(c->results);
+}
+
+// What the merge carries from subset to subset.
+struct MergeState {
+  RankMember* m;
+  FILE* f;
+  RankTable* table;
+  RankBest* best;
+  long long iteration;  // running count over all sizes, from 1
+  long long total;
+};
+
+// The serial part of a chunk, in enumeration order.
+static void MergeChunk(MergeState* st, const RankChunk* c) {
+  char text[96];
+  for (int s = 0; s < c->count; s++) {
+    st->iteration++;
+    snprintf(text, sizeof text, "Iteration: %d of %d, Traits: %d", (int)st->iteration, (int)st->total,
+             c->subsets[s].k);
+    HandleEventInfoWhere2(text);
+    MergeOne(st->m, st->f, &c->subsets[s], &c->results[s], st->table, st->best);
+  }
+}
+
+// Merges `done` while `next` is evaluated: on threads the main thread merges
+// first and then joins the evaluation, which the others have begun; each
+// result has its own place, so the order of evaluation doesn't matter. The
+// merge writes only the file, the console and the bests; the evaluation only
+// the work arrays and next's results.
+static void MergeWhileEvaluating(MergeState* st, int nThreads, const RankChunk* done, RankChunk* next,
+                                 FILE* companion) {
+  if (nThreads <= 1 || companion != nullptr) {
+    if (done != nullptr) MergeChunk(st, done);
+    if (next != nullptr) EvaluateSerially(st->m, next->subsets, next->results, next->count, companion);
+    return;
+  }
+  RankMember* m = st->m;
+  int count = next != nullptr ? next->count : 0;
+#pragma omp parallel num_threads(nThreads)
+  {
+#pragma omp master
+    if (done != nullptr) MergeChunk(st, done);
+#pragma omp for schedule(dynamic, 8) nowait
+    for (int s = 0; s < count; s++) {
+      RankResult* r = &next->results[s];
+      r->evaluated = false;
+      if (!next->subsets[s].skipped) m->evaluate(m->context, omp_get_thread_num(), &next->subsets[s], r, nullptr);
+    }
+  }
+}
+
 void RankSearchRun(RankMember* m, int nThreads, FILE* f, FILE* companion, RankTable* table, RankBest* best,
                    long long total) {
   int n = nch;
   RankEnumeration e;
   RankEnumerationAlloc(&e, n);
-  RankSubset* subsets = (RankSubset*)dim1D(sizeof(RankSubset), kChunk);
-  RankResult* results = (RankResult*)dim1D(sizeof(RankResult), kChunk);
-  int** lists = dim2Dint(kChunk, n > 0 ? n : 1);
-  int** masks = dim2Dint(kChunk, n > 0 ? n : 1);
-  for (int s = 0; s < kChunk; s++) {
-    subsets[s].list = lists[s];
-    subsets[s].mask = masks[s];
-  }
-  char text[96];
-  long long iteration = 0;
+  RankChunk chunks[2];
+  ChunkAlloc(&chunks[0], n);
+  ChunkAlloc(&chunks[1], n);
+  MergeState st = {m, f, table, best, 0, total};
   for (int k = 1; k <= nMaxTraitsChRank; k++) {
     if (k < nMinTraitsChRank) continue;
     best->value[k] = m->startValue;
     best->found[k] = false;
     best->groups[k] = 0;
     RankEnumerationStart(&e, k);
-    int count;
-    while ((count = RankEnumerationNext(&e, subsets, kChunk)) > 0) {
-      EvaluateChunk(m, nThreads, subsets, results, count, companion);
-      for (int s = 0; s < count; s++) {
-        iteration++;
-        snprintf(text, sizeof text, "Iteration: %d of %d, Traits: %d", (int)iteration, (int)total, k);
-        HandleEventInfoWhere2(text);
-        MergeOne(m, f, &subsets[s], &results[s], table, best);
-      }
+    // A chunk is evaluated while the one before it is merged; the last of
+    // the size is merged alone, before the size's best line.
+    RankChunk* done = nullptr;
+    for (int cur = 0;; cur = 1 - cur) {
+      RankChunk* next = &chunks[cur];
+      next->count = RankEnumerationNext(&e, next->subsets, kChunk);
+      if (next->count == 0) next = nullptr;
+      if (done == nullptr && next == nullptr) break;
+      MergeWhileEvaluating(&st, nThreads, done, next, companion);
+      done = next;
     }
     PrintBestOfSize(f, m, best, k, true);
     fflush(f);
   }
-  free2D(lists, kChunk);
-  free2D(masks, kChunk);
-  free1D(subsets);
-  free1D(results);
+  ChunkFree(&chunks[0]);
+  ChunkFree(&chunks[1]);
   RankEnumerationFree(&e);
 }
 

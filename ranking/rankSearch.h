@@ -246,12 +246,14 @@ void RankSimilarity(const RankCube* c, const RankSubset* s, RankPrefix* entries,
 // OTUs of a type count once. work holds (g + 1) * n doubles, flag and rep n
 // each. With `mirror` S is first mirrored, upper triangle into lower.
 void RankBelonging(const RankTypes* t, double** S, bool mirror, double** U, double* work, char* flag, int* rep);
-// X[c][0..g) = sum over the occurrences of row c of weight * U[column][.],
-// in column order; -999 when the sum is 0 and the row holds -999.
-void RankProduct(const RankOccurrences* o, int g, double** U, double** X);
+// X[c][0..g) = sum over the occurrences q of row c of weight[q] * rows[q][.],
+// in column order, rows[q] being U's row of the occurrence's column; -999
+// when the sum is 0 and the row holds -999.
+void RankProduct(const RankOccurrences* o, int g, double* const* rows, double** X);
 // Euclidean distances between the rows of X over g columns, pairs i < j in
-// row order into p (summed); xt holds g * rows doubles, acc rows doubles.
-void RankEuclidPairs(int rows, int g, double** X, double* xt, double* acc, RankPairs* p);
+// row order into p (summed); xt holds g * rows doubles, acc rows doubles, D
+// is a rows x rows work matrix.
+void RankEuclidPairs(int rows, int g, double** X, double* xt, double* acc, double** D, RankPairs* p);
 // DT's pairs for the traits of the subset, into p (summed).
 void RankTraitDistances(const RankTraitPairs* tp, const RankSubset* s, RankPrefix* sums, RankPairs* p);
 // Pairs i < j of a square matrix, in row order.
@@ -277,6 +279,7 @@ struct RankThreadWork {
   double** Xn;        // [ncsm][tcst] X with rows of unit length (chord distance)
   double* xt;         // [tcst ncsm] columns of X side by side
   double* rowAcc;     // [ncsm]
+  double** uRows;     // [occurrences of W1] U's row of each occurrence's OTU
   double** T;         // [ncsm][nch] T of the subset (Procrustes, RV, partial forms)
   double** D;         // [ncsm][ncsm] a resemblance matrix in matrix form
   double** zero;      // [ncsm][ncsm] stays all zero
@@ -300,6 +303,7 @@ struct RankRun {
   RankTypes types;          // the user's partition of OTUs
   double** C;               // [tcst][G] crisp belonging
   RankOccurrences occ;      // occurrences of W1
+  double** cRows;           // [occurrences] C's row of each occurrence's OTU
   int nThreads;             // threads of the search
   RankThreadWork** work;    // [nThreads]
 };

@@ -10,6 +10,7 @@
 #include "TarnLib/tarnlibRandom.h"
 #include "TarnLib/tarnlibRese.h"
 #include "TarnLib/tarnlibStats.h"
+#include "permutation/permKernels.h"
 #include "ranking/rankSearch.h"
 #include "ranking/ranking.h"
 #include "scaling/community.h"
@@ -188,10 +189,19 @@ TEST(RankingKernels, ProductAndDistancesMatchTheLibrary) {
     for (int k = 0; k < g; k++) U[i][k] = r.Next();
   RankOccurrences o;
   RankOccurrencesBuild(&o, rows, otus, W);
-  RankProduct(&o, g, U, X);
+  std::vector<double*> rowsOf(o.start[rows]);
+  for (int q = 0; q < o.start[rows]; q++) rowsOf[q] = U[o.column[q]];
   MatrixProdMV(rows, otus, otus, g, W, U, want);
-  for (int c = 0; c < rows; c++)
-    for (int k = 0; k < g; k++) ExpectSameBits(X[c][k], want[c][k], "X");
+  const PermKernels* forms[2] = {&permKernelsTwoLane, permKernelsWide};
+  const PermKernels* inUse = permKernels;
+  for (const PermKernels* form : forms) {
+    if (form == nullptr) continue;
+    permKernels = form;
+    RankProduct(&o, g, rowsOf.data(), X);
+    for (int c = 0; c < rows; c++)
+      for (int k = 0; k < g; k++) ExpectSameBits(X[c][k], want[c][k], std::string("X, ") + form->name);
+  }
+  permKernels = inUse;
   EXPECT_EQ(X[2][0], M) << "a zero sum with a skipped term is missing";
   RankOccurrencesFree(&o);
 
@@ -205,10 +215,22 @@ TEST(RankingKernels, ProductAndDistancesMatchTheLibrary) {
     RankPairs p;
     RankPairsAlloc(&p, rows * (rows - 1) / 2);
     std::vector<double> xt(g * rows), acc(rows);
-    RankEuclidPairs(rows, g, X, xt.data(), acc.data(), &p);
-    long q = 0;
-    for (int i = 0; i < rows; i++)
-      for (int j = i + 1; j < rows; j++) ExpectSameBits(p.d[q++], D[i][j], "DX");
+    Mat work(rows, rows);
+    // Each form of the distance loops that this processor can run.
+    for (const PermKernels* form : forms) {
+      if (form == nullptr) continue;
+      permKernels = form;
+      RankEuclidPairs(rows, g, X, xt.data(), acc.data(), work, &p);
+      long q = 0;
+      double sum = 0.0;
+      for (int i = 0; i < rows; i++)
+        for (int j = i + 1; j < rows; j++) {
+          ExpectSameBits(p.d[q++], D[i][j], std::string("DX, ") + form->name);
+          sum += D[i][j];
+        }
+      ExpectSameBits(p.sum, sum, "sum of the pairs");
+    }
+    permKernels = inUse;
     RankPairsFree(&p);
   }
 }
@@ -461,15 +483,15 @@ struct SearchSession : TraitSession {
 
 std::string Search(RankMember* m, int threads, int rows) {
   RankTable table;
-  RankTableAlloc(&table, rows, 4);
+  RankTableAlloc(&table, rows, nch);
   RankBest best;
-  RankBestAlloc(&best, 4, m->startValue);
+  RankBestAlloc(&best, nch, m->startValue);
   FILE* f = tmpfile();
   RankSearchRun(m, threads, f, nullptr, &table, &best, 14);
   RankReportEnd(f, m, &table, &best, nullptr);
   std::string text = Contents(f);
   fclose(f);
-  RankBestFree(&best, 4);
+  RankBestFree(&best, nch);
   RankTableFree(&table);
   return text;
 }
@@ -511,4 +533,40 @@ TEST(RankingSearch, AbsoluteMemberAndExcludedTraits) {
   std::string none = Search(&m, 2, 4);
   EXPECT_TRUE(Has(none, "with 2 traits: \t0           \tnone\n")) << "no subset evaluated";
   EXPECT_TRUE(Has(none, "0            \tnone\n"));
+}
+
+TEST(RankingSearch, ChunksMergedWhileTheNextIsEvaluated) {
+  // 14 traits, sizes 6 and 7: 3003 and 3432 subsets, more than one chunk each.
+  const int n = 14;
+  SearchSession session;
+  int types[n], states[n];
+  double ranges[n], weights[n];
+  char labels[n][11];
+  char* rows[n];
+  for (int t = 0; t < n; t++) {
+    types[t] = 3;
+    states[t] = 4;
+    ranges[t] = 1.0;
+    weights[t] = t == 12 ? 0.0 : 1.0;  // one trait left out
+    snprintf(labels[t], sizeof labels[t], "t%d", t + 1);
+    rows[t] = labels[t];
+  }
+  nch = n;
+  chtype = types;
+  onsta = states;
+  chrange = ranges;
+  weight = weights;
+  chLabel = rows;
+  nMinTraitsChRank = 6;
+  nMaxTraitsChRank = 7;
+  RankMember m = {-1.79769313486231570815e+308, false, false, EvaluateKnown, LineKnown, nullptr};
+  std::string one = Search(&m, 1, 101);
+  EXPECT_EQ(Search(&m, 2, 101), one) << "the same text on two threads";
+  long long lines = 0;
+  for (char c : one) lines += c == '\n';
+  // Lines of the subsets without t13, two best lines, the table (two blank
+  // lines, two headings, 100 rows), the list by size (four and two) and the
+  // elapsed time (two).
+  long long kept = RankCombinations(13, 6) + RankCombinations(13, 7);
+  EXPECT_EQ(lines, kept + 2 + 4 + 100 + 4 + 2 + 2);
 }
