@@ -223,7 +223,7 @@ void EvaluateDivergence(void* context, int thread, const RankSubset* s, RankResu
     // Intended: both depend on the number of types this way.
     if (withR) RankRaoEntropies(g, ncsm, base->W1, w->S, sqrtDissimOpt_RaoTraits != 0, v->distances, v->shares, v->R);
     for (int c = 0; withD && c < ncsm; c++) v->D[c][0] = SumAbsDeviations(g, base->W1[c], w->X[c], false);
-    if (withD) RankEuclidPairs(ncsm, 1, v->D, w->xt, w->rowAcc, &v->ds);
+    if (withD) RankEuclidPairs(ncsm, 1, v->D, w->xt, w->rowAcc, w->D, &v->ds);
     double value;
     if (!mantel) {
       value = ValueByCongruence(run, w, v, s, g, r.rTZ);

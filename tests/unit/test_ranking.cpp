@@ -559,7 +559,7 @@ TEST(RankingSearch, ChunksMergedWhileTheNextIsEvaluated) {
   chLabel = rows;
   nMinTraitsChRank = 6;
   nMaxTraitsChRank = 7;
-  RankMember m = {-1.79769313486231570815e+308, false, false, EvaluateKnown, LineKnown, nullptr};
+  RankMember m = {-1.79769313486231570815e+308, false, false, EvaluateKnown, LineKnown, nullptr, nullptr, nullptr, nullptr};
   std::string one = Search(&m, 1, 101);
   EXPECT_EQ(Search(&m, 2, 101), one) << "the same text on two threads";
   long long lines = 0;
