@@ -454,15 +454,25 @@ static double PreparedPair(int which, int rows, int p, int q, double** a, double
     return coefficient;
 }
 
-double ProcrustesCoeff(int rows, int p, int q, double** a, double** b)
+double ProcrustesCoeffThin(int rows, int p, int q, double** a, double** b)
 {
     if (rows < 2 || p < 1 || q < 1) return 0.0;
     return PreparedPair(2, rows, p, q, a, b);
 }
 
-double RVcoeff(int rows, int p, int q, double** a, double** b)
+double RVcoeffThin(int rows, int p, int q, double** a, double** b)
 {
     return PreparedPair(3, rows, p, q, a, b);
+}
+
+double ProcrustesCoeff(int rows, int p, int q, double** a, double** b)
+{
+    return ProcrustesCoeffPadded(rows, p, q, a, b);
+}
+
+double RVcoeff(int rows, int p, int q, double** a, double** b)
+{
+    return RVcoeffOuter(rows, p, q, a, b);
 }
 
 // ---- Partial forms ----

@@ -29,17 +29,23 @@ void MatrixCorrPrepared(long pairs, const double* a, double ssA, int k, const do
                         const double* ssB, double* r);
 
 // Data matrices with the same rows: a is rows by p, b rows by q.
-// Symmetric Procrustes coefficient; 0 when the decomposition fails.
+// Symmetric Procrustes coefficient by its defining decomposition: the sum of
+// the singular values of the cross-product zero-padded to big by big; 0 when
+// the decomposition fails.
 double ProcrustesCoeff(int rows, int p, int q, double** a, double** b);
-// RV coefficient; a constant matrix gives a not-a-number.
+// RV coefficient from the products S = A A' and T = B B' of the centred data,
+// rows by rows; a constant matrix gives a not-a-number. These two keep the
+// defining order of the sums, so that two subsets whose columns are the same
+// up to the order of the first two tie exactly, as the subset search needs.
 double RVcoeff(int rows, int p, int q, double** a, double** b);
-// The same two coefficients by their defining decompositions: the singular
-// values of the cross-product zero-padded to big by big, and the products
-// S = A A' and T = B B' of the centred data, rows by rows. The two above
-// take these for data with non-finite values and agree with them to
-// rounding elsewhere.
 double ProcrustesCoeffPadded(int rows, int p, int q, double** a, double** b);
 double RVcoeffOuter(int rows, int p, int q, double** a, double** b);
+// The same two coefficients through the prepared forms below (thin
+// decompositions, no product with as many rows and columns as there are
+// objects): they agree with the two above to rounding, and take them for
+// data with non-finite values. For the permutation test's iterations.
+double ProcrustesCoeffThin(int rows, int p, int q, double** a, double** b);
+double RVcoeffThin(int rows, int p, int q, double** a, double** b);
 
 // A data matrix prepared once for many Procrustes or RV coefficients against
 // matrices with the same rows. Its columns are centred and, for Procrustes,

@@ -144,7 +144,7 @@ void RndListMantelRestricted(int nPairs, int* list, int n) {
 // factorials: beyond exact doubles the count is inexact, and the truncation
 // ends the enumeration. Past 170! the factorials overflow and the quotient is
 // not a number; the count is then the product formula, kept within range.
-static long long CombinationCount(int n, int k) {
+long long CombinationCount(int n, int k) {
   double count = Factorial((double)n) / (Factorial((double)(n - k)) * Factorial((double)k));
   if (std::isnan(count)) {
     count = 1.0;

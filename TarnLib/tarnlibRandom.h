@@ -37,6 +37,10 @@ void RndListNestedNew(int n, int* groups, int option, int* list);
 // Permutes the list of the n(n-1)/2 pairs i < j (upper triangle, row order)
 // by permuting the n objects.
 void RndListMantelRestricted(int nPairs, int* list, int n);
+// Number of combinations of k out of n as the enumeration counts them: the
+// Factorial quotient in double, truncated (by the running product when the
+// factorials overflow); LLONG_MAX beyond 9.2e18.
+long long CombinationCount(int n, int k);
 // Next combination of k out of n (start true: the first one). out receives
 // the n numbers 1..n, the k chosen first, the others after in increasing
 // order. Returns the count of combinations delivered so far; the state is

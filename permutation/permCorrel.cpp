@@ -72,8 +72,8 @@ static bool LanesOrGeneral(PermWork* w, int cols, double** data, double** D, int
 // c(A, B) of two data matrices with `rows` rows: Procrustes for opt_ro 2,
 // RV for 3.
 static double CoefRows(const PermWork* w, int rows, double** a, int colsA, double** b, int colsB) {
-  if (w->in->opt_ro == 2) return ProcrustesCoeff(rows, colsA, colsB, a, b);
-  if (w->in->opt_ro == 3) return RVcoeff(rows, colsA, colsB, a, b);
+  if (w->in->opt_ro == 2) return ProcrustesCoeffThin(rows, colsA, colsB, a, b);
+  if (w->in->opt_ro == 3) return RVcoeffThin(rows, colsA, colsB, a, b);
   return 0.0;
 }
 

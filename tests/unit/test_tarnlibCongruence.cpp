@@ -221,8 +221,8 @@ TEST(CongruencePrepared, ThinDecompositionsAgreeWithTheBigOnes)
             }
             if (variant == 3)
                 for (int i = 0; i < rows; i++) a[i][0] = b[i][0] / 7.0;  // sharing a direction
-            double pairs[2][2] = {{ProcrustesCoeff(rows, p, q, a, b), ProcrustesCoeffPadded(rows, p, q, a, b)},
-                                  {RVcoeff(rows, p, q, a, b), RVcoeffOuter(rows, p, q, a, b)}};
+            double pairs[2][2] = {{ProcrustesCoeffThin(rows, p, q, a, b), ProcrustesCoeffPadded(rows, p, q, a, b)},
+                                  {RVcoeffThin(rows, p, q, a, b), RVcoeffOuter(rows, p, q, a, b)}};
             for (auto& pair : pairs) {
                 double d = Relative(pair[0], pair[1]);
                 EXPECT_LT(d, 1e-10) << rows << " by " << p << " and " << q << ", variant " << variant << ": "
@@ -240,12 +240,12 @@ TEST(CongruencePrepared, NonFiniteDataTakeTheBigDecompositions)
     Mat constant(6, 3);
     for (int i = 0; i < 6; i++)
         for (int j = 0; j < 3; j++) constant[i][j] = 4.25;
-    double thin = ProcrustesCoeff(6, 2, 3, a, constant), big = ProcrustesCoeffPadded(6, 2, 3, a, constant);
+    double thin = ProcrustesCoeffThin(6, 2, 3, a, constant), big = ProcrustesCoeffPadded(6, 2, 3, a, constant);
     EXPECT_TRUE(thin == big || (std::isnan(thin) && std::isnan(big))) << thin << " against " << big;
-    EXPECT_TRUE(std::isnan(RVcoeff(6, 2, 3, a, constant)));
+    EXPECT_TRUE(std::isnan(RVcoeffThin(6, 2, 3, a, constant)));
     a[2][1] = INFINITY;
     Mat b(6, 1, {1, 2, 3.5, 4, 0, 1});
-    thin = RVcoeff(6, 2, 1, a, b), big = RVcoeffOuter(6, 2, 1, a, b);
+    thin = RVcoeffThin(6, 2, 1, a, b), big = RVcoeffOuter(6, 2, 1, a, b);
     EXPECT_TRUE(thin == big || (std::isnan(thin) && std::isnan(big))) << thin << " against " << big;
     free2D(a, 6);
 }
