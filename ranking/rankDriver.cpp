@@ -92,8 +92,8 @@ void RankRunWithData(RankMember* m, RankRun* run, const RankMemberHooks* hooks) 
     hooks->finish(m->context, f, m, &table, &best);
   else
     RankReportEnd(f, m, &table, &best, hooks->heading);
-  fclose(f);
-  if (companion != nullptr) fclose(companion);
+  fcloseck(f);
+  if (companion != nullptr) fcloseck(companion);
   RankBestFree(&best, nch);
   RankTableFree(&table);
   if (hooks->release != nullptr) hooks->release(m->context);

@@ -202,9 +202,7 @@ FILE* OpenSimFile(const char* name, const char* mode) {
 }
 
 void CloseSimFile(FILE* fp) {
-  if (fp == nullptr) return;
-  bool failed = ferror(fp) != 0;
-  if (fclose(fp) != 0 || failed) FailJump(FAIL_PRINT);
+  if (fp != nullptr) fcloseck(fp);
 }
 
 void PrintPredictorNumbers(FILE* fp, const char* factorFormat, const char* pairFormat) {
